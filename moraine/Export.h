@@ -1,0 +1,16 @@
+#pragma once
+
+/// @file
+/// MORAINE_API marks what clients of the library may use; everything else stays inside it.
+
+#if defined(MORAINE_STATIC)
+#define MORAINE_API
+#elif defined(_WIN32)
+#if defined(MORAINE_BUILDING)
+#define MORAINE_API __declspec(dllexport)
+#else
+#define MORAINE_API __declspec(dllimport)
+#endif
+#else
+#define MORAINE_API __attribute__((visibility("default")))
+#endif

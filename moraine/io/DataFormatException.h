@@ -1,0 +1,19 @@
+#pragma once
+
+#include "moraine/lang/Exception.h"
+
+namespace moraine::io {
+
+/// Malformed input, and a wrong order of calls on the XML writer.
+class MORAINE_API DataFormatException : public lang::Exception {
+public:
+    DataFormatException(const WideChar* className, long line) : lang::Exception(className, line) {}
+    DataFormatException(const DataFormatException& other);
+    ~DataFormatException() override;
+    DataFormatException& operator=(const DataFormatException& other);
+
+protected:
+    const WideChar* getClassName() const override;
+};
+
+}  // namespace moraine::io

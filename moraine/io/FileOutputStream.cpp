@@ -1,0 +1,72 @@
+#include "moraine/io/FileOutputStream.h"
+
+#include "moraine/io/internal/FileOperations.h"
+#include "moraine/platform/File.h"
+
+namespace moraine::io {
+namespace {
+
+constexpr const WideChar* ownName = u"moraine::io::FileOutputStream";
+
+constexpr const WideChar* notOpen = u"The file is not write.";
+
+}  // namespace
+
+FileOutputStream::FileOutputStream() = default;
+
+FileOutputStream::FileOutputStream(const WideChar* name) {
+    openInConstructor(ownName, [&] { FileOutputStream::setFileName(name); });
+}
+
+FileOutputStream::~FileOutputStream() = default;
+
+unsigned int FileOutputStream::write(const char* data, unsigned int length) {
+    if (!file) {
+        lang::raise<IOException>(getClassName(), notOpen);
+    }
+    return static_cast<unsigned int>(std::fwrite(data, 1, length, file.get()));
+}
+
+void FileOutputStream::flush() {
+    if (file) {
+        std::fflush(file.get());
+    }
+}
+
+void FileOutputStream::close() {
+    file.reset();
+}
+
+void FileOutputStream::skip(long count) {
+    if (!file) {
+        lang::raise<IOException>(getClassName(), notOpen);
+    }
+    const long current = std::ftell(file.get());
+    const long end = std::fseek(file.get(), 0, SEEK_END) == 0 ? std::ftell(file.get()) : -1;
+    seekWithin(file.get(), current, count, end, getClassName());
+}
+
+void FileOutputStream::setFileName(const WideChar* name) {
+    std::unique_ptr<WideChar[]> kept = normalised(name, getClassName());
+    close();
+    fileName = std::move(kept);
+    file.reset(platform::openFile(fileName.get(), platform::OpenMode::write));
+    if (!file) {
+        lang::raise<FileNotFoundException>(getClassName(), fileName.get());
+    }
+    const platform::FileAttributes attributes = platform::attributesOf(file.get());
+    if (attributes.directory || attributes.readOnly) {
+        lang::raise<IOException>(getClassName(),
+                                 lang::message(u"This file or directoy is System file. : ", fileName.get()));
+    }
+}
+
+const WideChar* FileOutputStream::getFileName() {
+    return fileName.get();
+}
+
+const WideChar* FileOutputStream::getClassName() const {
+    return ownName;
+}
+
+}  // namespace moraine::io

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "moraine/lang/Exception.h"
+
+namespace moraine::io {
+
+/// A stream that fails: a file that is not open, a position outside the data, a directory in place of a file.
+class MORAINE_API IOException : public lang::Exception {
+public:
+    IOException(const WideChar* className, long line) : lang::Exception(className, line) {}
+    IOException(const IOException& other);
+    ~IOException() override;
+    IOException& operator=(const IOException& other);
+
+protected:
+    const WideChar* getClassName() const override;
+};
+
+}  // namespace moraine::io

@@ -1,0 +1,7 @@
+#include "moraine/io/OutputStream.h"
+
+namespace moraine::io {
+
+OutputStream::~OutputStream() = default;
+
+}  // namespace moraine::io

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstdio>
+#include <memory>
+
+#include "moraine/io/FileNotFoundException.h"
+#include "moraine/io/internal/Positions.h"
+#include "moraine/io/IOException.h"
+#include "moraine/lang/IllegalArgumentException.h"
+#include "moraine/lang/internal/Raise.h"
+#include "moraine/text/StringUtil.h"
+
+/// @file
+/// What the two file streams do in the same way. The class name and line are those of the stream that asks.
+
+namespace moraine::io {
+
+/// A copy of a file name with forward slashes in place of backslashes.
+/// @throws lang::IllegalArgumentException without a message, if @p fileName is null
+inline std::unique_ptr<WideChar[]> normalised(const WideChar* fileName, const WideChar* className,
+                                              long line = __builtin_LINE()) {
+    if (fileName == nullptr) {
+        lang::raise<lang::IllegalArgumentException>(className, line);
+    }
+    const auto length = static_cast<unsigned int>(text::lengthOf(fileName));
+    return text::copyOf(text::StringUtil().doReplaceW(fileName, length, u"\\", u"/")->c_str());
+}
+
+/// Opens a file for a constructor. What fails gets a trace line and goes on as one of three classes: whatever is not
+/// the caller's name or a file that cannot be opened becomes a plain `Exception`.
+template <class Open>
+void openInConstructor(const WideChar* className, Open open, long line = __builtin_LINE()) {
+    try {
+        open();
+    } catch (lang::IllegalArgumentException& e) {
+        lang::passOn(e, className, line);
+    } catch (FileNotFoundException& e) {
+        lang::passOn(e, className, line);
+    } catch (lang::Exception& e) {
+        lang::passOn(e, className, line);
+    }
+}
+
+/// Moves a file to @p count bytes from @p current, at most to @p end. A file that cannot be moved at all is known by
+/// a negative @p current or @p end.
+/// @throws IOException if the target lies outside; the file then stands at @p current
+inline void seekWithin(std::FILE* file, long current, long count, long end, const WideChar* className,
+                       long line = __builtin_LINE()) {
+    const long target = moved(current, count);
+    const bool movable = current >= 0 && end >= 0 && target >= 0;
+    if (movable && target <= end && std::fseek(file, target, SEEK_SET) == 0) {
+        return;
+    }
+    if (current >= 0) {
+        std::fseek(file, current, SEEK_SET);
+    }
+    constexpr const WideChar* range = u"The range of the file was exceeded. : ";
+    lang::raise<IOException>(className,
+                             movable && target > end ? lang::message(range, target, u" > ", end)
+                                                     : lang::message(range, target, u" < 0"),
+                             line);
+}
+
+}  // namespace moraine::io

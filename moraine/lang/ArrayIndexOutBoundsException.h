@@ -1,0 +1,20 @@
+#pragma once
+
+#include "moraine/lang/Exception.h"
+
+namespace moraine::lang {
+
+/// An index that is not below the number of entries, in the node tree and in the attribute access of the XML
+/// reader.
+class MORAINE_API ArrayIndexOutBoundsException : public Exception {
+public:
+    ArrayIndexOutBoundsException(const WideChar* className, long line) : Exception(className, line) {}
+    ArrayIndexOutBoundsException(const ArrayIndexOutBoundsException& other);
+    ~ArrayIndexOutBoundsException() override;
+    ArrayIndexOutBoundsException& operator=(const ArrayIndexOutBoundsException& other);
+
+protected:
+    const WideChar* getClassName() const override;
+};
+
+}  // namespace moraine::lang

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "moraine/lang/Exception.h"
+
+namespace moraine::lang {
+
+/// An argument that cannot be used: a null where a value is needed, or input that a codec cannot decode.
+class MORAINE_API IllegalArgumentException : public Exception {
+public:
+    IllegalArgumentException(const WideChar* className, long line) : Exception(className, line) {}
+    IllegalArgumentException(const IllegalArgumentException& other);
+    ~IllegalArgumentException() override;
+    IllegalArgumentException& operator=(const IllegalArgumentException& other);
+
+protected:
+    const WideChar* getClassName() const override;
+};
+
+}  // namespace moraine::lang

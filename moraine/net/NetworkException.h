@@ -1,0 +1,19 @@
+#pragma once
+
+#include "moraine/lang/Exception.h"
+
+namespace moraine::net {
+
+/// A failure of the network. The library itself never throws it; it is here for clients.
+class MORAINE_API NetworkException : public lang::Exception {
+public:
+    NetworkException(const WideChar* className, long line) : lang::Exception(className, line) {}
+    NetworkException(const NetworkException& other);
+    ~NetworkException() override;
+    NetworkException& operator=(const NetworkException& other);
+
+protected:
+    const WideChar* getClassName() const override;
+};
+
+}  // namespace moraine::net

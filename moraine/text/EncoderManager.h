@@ -1,0 +1,25 @@
+#pragma once
+
+#include "moraine/Export.h"
+#include "moraine/text/IEncoder.h"
+
+namespace moraine::text {
+
+/// Makes encoders by name: "UTF-8", "BASE64" and "URL", in upper or lower case. There are no aliases, and blanks
+/// count. Stateless: any thread may use any manager.
+class MORAINE_API EncoderManager {
+public:
+    /// Whether there is an encoder of this zero-terminated name.
+    /// @throws lang::IllegalArgumentException without a message, if @p name is null
+    bool isSupported(const WideChar* name);
+
+    /// A new encoder with no state in it, which the caller deletes.
+    /// @throws lang::IllegalArgumentException without a message, if @p name is null
+    /// @throws UnsupportedEncodingException without a message, if there is none of this name
+    IEncoder* getEncoder(const WideChar* name);
+
+private:
+    const WideChar* getClassName() const;
+};
+
+}  // namespace moraine::text

@@ -1,0 +1,7 @@
+#include "moraine/text/IEncoder.h"
+
+namespace moraine::text {
+
+IEncoder::~IEncoder() = default;
+
+}  // namespace moraine::text

@@ -1,0 +1,219 @@
+#include "moraine/text/StringUtil.h"
+
+#include <algorithm>
+#include <cctype>
+#include <string_view>
+
+#include "moraine/lang/IllegalArgumentException.h"
+#include "moraine/lang/internal/Raise.h"
+#include "moraine/platform/Locale.h"
+#include "moraine/text/internal/Replace.h"
+#include "moraine/text/internal/Scan.h"
+
+namespace moraine::text {
+namespace {
+
+constexpr char hexDigits[] = "0123456789ABCDEF";
+
+/// The value of a hexadecimal digit of either case, or -1.
+template <class Unit>
+int digitValue(Unit unit) {
+    if (unit >= '0' && unit <= '9') {
+        return unit - '0';
+    }
+    if (unit >= 'A' && unit <= 'F') {
+        return unit - 'A' + 10;
+    }
+    if (unit >= 'a' && unit <= 'f') {
+        return unit - 'a' + 10;
+    }
+    return -1;
+}
+
+template <class Unit>
+std::int32_t lenientHexValue(const Unit* text, unsigned int length) {
+    std::uint32_t total = 0;
+    for (unsigned int i = 0; i < length; ++i) {
+        const int digit = digitValue(text[i]);
+        if (digit < 0) {
+            return -1;
+        }
+        total = total << 4 | static_cast<std::uint32_t>(digit);
+    }
+    return static_cast<std::int32_t>(total);
+}
+
+template <class Unit>
+std::unique_ptr<std::basic_string<Unit>> hexDigitsOf(unsigned int value, unsigned int count) {
+    auto digits = std::make_unique<std::basic_string<Unit>>(count, Unit('0'));
+    for (unsigned int i = count; i-- > 0; value >>= 4) {
+        (*digits)[i] = static_cast<Unit>(hexDigits[value & 15]);
+    }
+    return digits;
+}
+
+template <class Unit>
+std::unique_ptr<std::basic_string<Unit>> trimmed(std::basic_string_view<Unit> text, bool left, bool right) {
+    constexpr Unit space = ' ';
+    if (left) {
+        text.remove_prefix(std::min(text.find_first_not_of(space), text.size()));
+    }
+    if (right) {
+        text.remove_suffix(text.size() - (text.find_last_not_of(space) + 1));
+    }
+    return std::make_unique<std::basic_string<Unit>>(text);
+}
+
+template <class Conversion>
+OwnedByteString convertedChars(const char* text, unsigned int length, Conversion convert) {
+    auto result = std::make_unique<ByteString>(text, length);
+    for (char& c : *result) {
+        c = static_cast<char>(convert(static_cast<unsigned char>(c)));
+    }
+    return result;
+}
+
+template <class Conversion>
+OwnedWideString convertedUnits(const WideChar* text, unsigned int length, Conversion convert) {
+    auto result = std::make_unique<WideString>(text, scan::find(text, length, 0));
+    std::transform(result->begin(), result->end(), result->begin(), convert);
+    return result;
+}
+
+std::string_view view(const char* text) {
+    return text == nullptr ? std::string_view() : std::string_view(text);
+}
+
+std::u16string_view view(const WideChar* text) {
+    return {text, lengthOf(text)};
+}
+
+}  // namespace
+
+StringUtil::~StringUtil() = default;
+
+char StringUtil::fromHexString(const char* text, unsigned int length) const {
+    unsigned int total = 0;
+    for (unsigned int i = 0; i < length; ++i) {
+        const int digit = digitValue(text[i]);
+        if (digit < 0 || text[i] >= 'a') {
+            lang::raise<lang::IllegalArgumentException>(getClassName());
+        }
+        total = total << 4 | static_cast<unsigned int>(digit);
+    }
+    return static_cast<char>(total & 0xFF);
+}
+
+WideChar StringUtil::fromHexStringW(const WideChar* text, unsigned int length) const {
+    unsigned int total = 0;
+    for (unsigned int i = 0; i < length; ++i) {
+        const WideChar unit = text[i];
+        const bool digit = platform::isDigit(unit);
+        if (!digit && (platform::collate(unit, u'A') < 0 || platform::collate(unit, u'F') > 0)) {
+            lang::raise<lang::IllegalArgumentException>(getClassName());
+        }
+        total = total * 16 + unit - (digit ? u'0' : u'A' - 10U);
+    }
+    return static_cast<WideChar>(total);
+}
+
+std::int32_t StringUtil::hexStr2Long(const char* text, unsigned int length) {
+    return lenientHexValue(text, length);
+}
+
+std::int32_t StringUtil::hexStr2LongW(const WideChar* text, unsigned int length) {
+    return lenientHexValue(text, length);
+}
+
+OwnedByteString StringUtil::toHexString(char value) {
+    return hexDigitsOf<char>(static_cast<unsigned char>(value), 2);
+}
+
+OwnedByteString StringUtil::toHexStringW2M(WideChar value) {
+    return hexDigitsOf<char>(value, 4);
+}
+
+OwnedWideString StringUtil::toHexStringW(WideChar value) {
+    return hexDigitsOf<WideChar>(value, 4);
+}
+
+OwnedByteString StringUtil::doReplace(const char* text, unsigned int length, const char* search,
+                                      const char* replacement) {
+    return replaced<char>({text, length}, view(search), view(replacement));
+}
+
+OwnedWideString StringUtil::doReplaceW(const WideChar* text, unsigned int length, const WideChar* search,
+                                       const WideChar* replacement) {
+    return replaced<WideChar>({text, length}, view(search), view(replacement));
+}
+
+OwnedByteString StringUtil::doRTrim(const char* text, unsigned int length) {
+    return trimmed<char>({text, length}, false, true);
+}
+
+OwnedByteString StringUtil::doLTrim(const char* text, unsigned int length) {
+    return trimmed<char>({text, length}, true, false);
+}
+
+OwnedByteString StringUtil::doTrim(const char* text, unsigned int length) {
+    return trimmed<char>({text, length}, true, true);
+}
+
+OwnedWideString StringUtil::doRTrimW(const WideChar* text, unsigned int length) {
+    return trimmed<WideChar>({text, length}, false, true);
+}
+
+OwnedWideString StringUtil::doLTrimW(const WideChar* text, unsigned int length) {
+    return trimmed<WideChar>({text, length}, true, false);
+}
+
+OwnedWideString StringUtil::doTrimW(const WideChar* text, unsigned int length) {
+    return trimmed<WideChar>({text, length}, true, true);
+}
+
+OwnedByteString StringUtil::toUpper(const char* text, unsigned int length) {
+    return convertedChars(text, length, [](int c) { return std::toupper(c); });
+}
+
+OwnedByteString StringUtil::toLower(const char* text, unsigned int length) {
+    return convertedChars(text, length, [](int c) { return std::tolower(c); });
+}
+
+OwnedWideString StringUtil::toUpperW(const WideChar* text, unsigned int length) {
+    return convertedUnits(text, length, platform::toUpper);
+}
+
+OwnedWideString StringUtil::toLowerW(const WideChar* text, unsigned int length) {
+    return convertedUnits(text, length, platform::toLower);
+}
+
+OwnedByteString StringUtil::toMulti(const WideChar* text, unsigned int length) {
+    auto result = std::make_unique<ByteString>(length, '\0');
+    platform::toMultibyte(text, length, result->data(), length);
+    return result;
+}
+
+OwnedWideString StringUtil::toWide(const char* text, unsigned int length) {
+    auto result = std::make_unique<WideString>(length, u'\0');
+    platform::fromMultibyte(text, length, result->data());
+    return result;
+}
+
+OwnedByteString StringUtil::wide2Chars(const WideChar* text, unsigned int length) {
+    const auto wide = std::count_if(text, text + length, [](WideChar unit) { return unit >= 0x100; });
+    auto result = std::make_unique<ByteString>();
+    result->reserve(length + static_cast<std::size_t>(wide));
+    for (unsigned int i = 0; i < length; ++i) {
+        if (text[i] >= 0x100) {
+            result->push_back(static_cast<char>(text[i] >> 8));
+        }
+        result->push_back(static_cast<char>(text[i]));
+    }
+    return result;
+}
+
+const WideChar* StringUtil::getClassName() const {
+    return u"moraine::text::StringUtil";
+}
+
+}  // namespace moraine::text

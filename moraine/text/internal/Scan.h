@@ -1,0 +1,171 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "moraine/text/WideChar.h"
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+/// @file
+/// The searches and copies that most of the library's time goes into. The functions of `scan::scalar` say what each
+/// does; where the machine has wide registers, a twin of the same name takes their place with the same results.
+
+namespace moraine::text::scan {
+
+namespace scalar {
+
+/// The index of the first unit equal to @p wanted, or @p length if there is none.
+inline std::size_t find(const WideChar* text, std::size_t length, WideChar wanted) noexcept {
+    std::size_t at = 0;
+    while (at < length && text[at] != wanted) {
+        ++at;
+    }
+    return at;
+}
+
+/// The index of the first unit equal to one of two, or @p length if there is none.
+inline std::size_t findEither(const WideChar* text, std::size_t length, WideChar one, WideChar other) noexcept {
+    std::size_t at = 0;
+    while (at < length && text[at] != one && text[at] != other) {
+        ++at;
+    }
+    return at;
+}
+
+/// Whether markup writes this unit as a reference: `&`, `<`, `>` and the two quotes.
+inline bool isReserved(WideChar unit) noexcept {
+    return unit == u'&' || unit == u'<' || unit == u'>' || unit == u'\'' || unit == u'"';
+}
+
+/// The index of the first unit that markup writes as a reference, or @p length if there is none.
+inline std::size_t findReserved(const WideChar* text, std::size_t length) noexcept {
+    std::size_t at = 0;
+    while (at < length && !isReserved(text[at])) {
+        ++at;
+    }
+    return at;
+}
+
+/// Copies bytes below 0x80 to units up to the first byte that is not; returns how many were copied.
+inline std::size_t widenAscii(const char* bytes, std::size_t length, WideChar* target) noexcept {
+    std::size_t at = 0;
+    for (; at < length && static_cast<unsigned char>(bytes[at]) < 0x80; ++at) {
+        target[at] = static_cast<WideChar>(bytes[at]);
+    }
+    return at;
+}
+
+/// Copies units below 0x80 to bytes up to the first unit that is not; returns how many were copied.
+inline std::size_t narrowAscii(const WideChar* text, std::size_t length, char* target) noexcept {
+    std::size_t at = 0;
+    for (; at < length && text[at] < 0x80; ++at) {
+        target[at] = static_cast<char>(text[at]);
+    }
+    return at;
+}
+
+}  // namespace scalar
+
+#if defined(__SSE2__)
+
+// Each twin takes whole registers while they fit and leaves the rest, and the exact place of a hit, to the scalar
+// function. Loads are unaligned and stay inside the text. A register holds 8 units or 16 bytes.
+
+inline __m128i load(const void* from) noexcept {
+    return _mm_loadu_si128(static_cast<const __m128i*>(from));
+}
+
+/// The index of the first hit in a comparison of 8 units.
+inline std::size_t firstHit(int mask) noexcept {
+    return static_cast<std::size_t>(__builtin_ctz(static_cast<unsigned>(mask))) / 2;
+}
+
+inline std::size_t find(const WideChar* text, std::size_t length, WideChar wanted) noexcept {
+    const __m128i pattern = _mm_set1_epi16(static_cast<short>(wanted));
+    std::size_t at = 0;
+    for (; length - at >= 8; at += 8) {
+        const int mask = _mm_movemask_epi8(_mm_cmpeq_epi16(load(text + at), pattern));
+        if (mask != 0) {
+            return at + firstHit(mask);
+        }
+    }
+    return at + scalar::find(text + at, length - at, wanted);
+}
+
+inline std::size_t findEither(const WideChar* text, std::size_t length, WideChar one, WideChar other) noexcept {
+    const __m128i first = _mm_set1_epi16(static_cast<short>(one));
+    const __m128i second = _mm_set1_epi16(static_cast<short>(other));
+    std::size_t at = 0;
+    for (; length - at >= 8; at += 8) {
+        const __m128i units = load(text + at);
+        const int mask = _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi16(units, first), _mm_cmpeq_epi16(units, second)));
+        if (mask != 0) {
+            return at + firstHit(mask);
+        }
+    }
+    return at + scalar::findEither(text + at, length - at, one, other);
+}
+
+inline std::size_t findReserved(const WideChar* text, std::size_t length) noexcept {
+    const auto matches = [](__m128i units, WideChar unit) {
+        return _mm_cmpeq_epi16(units, _mm_set1_epi16(static_cast<short>(unit)));
+    };
+    std::size_t at = 0;
+    for (; length - at >= 8; at += 8) {
+        const __m128i units = load(text + at);
+        const __m128i brackets = _mm_or_si128(matches(units, u'<'), matches(units, u'>'));
+        const __m128i quotes = _mm_or_si128(matches(units, u'\''), matches(units, u'"'));
+        const __m128i hits = _mm_or_si128(matches(units, u'&'), _mm_or_si128(brackets, quotes));
+        const int mask = _mm_movemask_epi8(hits);
+        if (mask != 0) {
+            return at + firstHit(mask);
+        }
+    }
+    return at + scalar::findReserved(text + at, length - at);
+}
+
+inline std::size_t widenAscii(const char* bytes, std::size_t length, WideChar* target) noexcept {
+    const __m128i zero = _mm_setzero_si128();
+    std::size_t at = 0;
+    for (; length - at >= 16; at += 16) {
+        const __m128i block = load(bytes + at);
+        if (_mm_movemask_epi8(block) != 0) {
+            break;
+        }
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(target + at), _mm_unpacklo_epi8(block, zero));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(target + at + 8), _mm_unpackhi_epi8(block, zero));
+    }
+    return at + scalar::widenAscii(bytes + at, length - at, target + at);
+}
+
+inline std::size_t narrowAscii(const WideChar* text, std::size_t length, char* target) noexcept {
+    const __m128i beyond = _mm_set1_epi16(static_cast<short>(0xFF80));
+    const __m128i zero = _mm_setzero_si128();
+    std::size_t at = 0;
+    for (; length - at >= 16; at += 16) {
+        const __m128i low = load(text + at);
+        const __m128i high = load(text + at + 8);
+        const __m128i outside = _mm_and_si128(_mm_or_si128(low, high), beyond);
+        if (_mm_movemask_epi8(_mm_cmpeq_epi16(outside, zero)) != 0xFFFF) {
+            break;
+        }
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(target + at), _mm_packus_epi16(low, high));
+    }
+    return at + scalar::narrowAscii(text + at, length - at, target + at);
+}
+
+#else
+
+using scalar::find;
+using scalar::findEither;
+using scalar::findReserved;
+using scalar::narrowAscii;
+using scalar::widenAscii;
+
+#endif
+
+}  // namespace moraine::text::scan

@@ -1,0 +1,206 @@
+#include "support.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <climits>
+#include <tuple>
+
+#include "moraine/io/FileInputStream.h"
+#include "moraine/io/FileNotFoundException.h"
+#include "moraine/io/FileOutputStream.h"
+#include "moraine/lang/IllegalArgumentException.h"
+
+namespace moraine::test {
+namespace {
+
+using io::FileInputStream, io::FileOutputStream, io::FileNotFoundException, io::IOException;
+using lang::IllegalArgumentException;
+
+const WideString range = u"The range of the file was exceeded. : ";
+const std::vector<WideString> inClass = {u"moraine::io::FileInputStream"},
+                              outClass = {u"moraine::io::FileOutputStream"};
+
+std::string readAll(FileInputStream& stream) {
+    std::string bytes(99999, '#');
+    bytes.resize(stream.read(bytes.data(), 99999));
+    return bytes;
+}
+
+/// Every test leaves as many files open as it found.
+struct FileStreams : ::testing::Test {
+    void TearDown() override { EXPECT_EQ(openDescriptors(), descriptors); }
+
+    const long descriptors = openDescriptors();
+    const TemporaryDirectory directory;
+};
+
+TEST_F(FileStreams, OpenAndCloseAsOftenAsOneLikes) {
+    FileInputStream in;
+    FileOutputStream out;
+    const auto expectClosed = [&] {
+        for (int twice = 0; twice < 2; ++twice) {
+            in.close();
+            out.close();
+            out.flush();
+        }
+        EXPECT_EQ(openDescriptors(), descriptors);
+        expectFailure<IOException>([&] { in.read(nullptr, 0); }, u"The file is not open.", inClass);
+        expectFailure<IOException>([&] { in.skip(0); }, u"The file is not open.", inClass);
+        expectFailure<IOException>([&] { out.write(nullptr, 0); }, u"The file is not write.", outClass);
+        expectFailure<IOException>([&] { out.skip(0); }, u"The file is not write.", outClass);
+    };
+    EXPECT_TRUE(in.getFileName() == nullptr && out.getFileName() == nullptr);
+    expectClosed();
+    const WideString a = directory.name(u"a"), b = directory.name(u"b");
+    makeFile(directory.path("a"), "longer than b");
+    in.setFileName(a.c_str());
+    EXPECT_EQ(readAll(in), "longer than b");
+    out.setFileName(a.c_str());
+    EXPECT_EQ(contentOf(directory.path("a")), "") << "not cut at once";
+    out.write("aa", 2);
+    out.setFileName(b.c_str());  // closes the former file
+    EXPECT_EQ(contentOf(directory.path("a")), "aa");
+    out.write("b", 1);
+    in.setFileName(b.c_str());
+    in.setFileName(in.getFileName());  // its own name is as good as any
+    expectFailure<IllegalArgumentException>([&] { in.setFileName(nullptr); }, u"", inClass);
+    expectFailure<IllegalArgumentException>([&] { out.setFileName(nullptr); }, u"", outClass);
+    EXPECT_TRUE(in.getFileName() == b && out.getFileName() == b);
+    out.flush();
+    EXPECT_EQ(readAll(in), "b");
+    in.setFileName(b.c_str());
+    expectFailure<IOException>([&] { in.skip(2); }, range + u"2 > 1", inClass);  // and not the former file's size
+    EXPECT_EQ(openDescriptors(), descriptors + 2);
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;
+        if (std::filesystem::read_symlink(entry, gone) == directory.path("b")) {
+            EXPECT_EQ(::fcntl(std::stoi(entry.path().filename()), F_GETFD), FD_CLOEXEC);
+        }
+    }
+    expectClosed();
+    in.setFileName(b.c_str());
+    EXPECT_THROW(in.setFileName(u""), FileNotFoundException);
+    expectClosed();
+}
+
+/// Expects a name to be refused with @p start in front of its stored form, by a stream and by a constructor.
+template <class Stream>
+void expectRefusal(const WideString& name, WideString start, bool staysOpen, std::vector<WideString> layers) {
+    WideString stored = name;
+    std::replace(stored.begin(), stored.end(), u'\\', u'/');
+    start += stored;
+    const long before = openDescriptors();
+    Stream stream;
+    const auto set = [&] { stream.setFileName(name.c_str()); };
+    const auto make = [&] { Stream made(name.c_str()); };
+    staysOpen ? expectFailure<IOException>(set, start, layers)
+              : expectFailure<FileNotFoundException>(set, start, layers);
+    layers.push_back(layers[0]);
+    staysOpen ? expectFailure<lang::Exception>(make, start, layers)
+              : expectFailure<FileNotFoundException>(make, start, layers);
+    EXPECT_EQ(stream.getFileName(), stored);
+    EXPECT_EQ(openDescriptors() - before, staysOpen);
+}
+
+TEST_F(FileStreams, NamesThatAreRefused) {
+    expectFailure<IllegalArgumentException>([] { FileInputStream in(nullptr); }, u"", {inClass[0], inClass[0]});
+    expectFailure<IllegalArgumentException>([] { FileOutputStream out(nullptr); }, u"", {outClass[0], outClass[0]});
+    for (const WideString& name : std::vector<WideString>{u"no\\such\\file", u"\xD83D", u"\xDE00\xD83D", u"\xD83Dx"}) {
+        expectRefusal<FileInputStream>(directory.name(name), u"File not found. : ", false, inClass);
+        expectRefusal<FileOutputStream>(directory.name(name), u"", false, outClass);
+    }
+    expectRefusal<FileInputStream>(u"", u"File not found. : ", false, inClass);
+    expectRefusal<FileOutputStream>(u"", u"", false, outClass);
+    expectRefusal<FileInputStream>(directory.name(u""), u"This file is directoy. : ", true, inClass);
+    expectRefusal<FileOutputStream>(directory.name(u""), u"", false, outClass);
+    EXPECT_TRUE(std::filesystem::is_empty(directory.root)) << "a file was made";
+    makeFile(directory.path("sealed"), "");
+    ::chmod(directory.path("sealed").c_str(), 0444);
+    const bool root = ::geteuid() == 0;  // whom the system lets open it
+    const WideString start = root ? u"This file or directoy is System file. : " : u"";
+    expectRefusal<FileOutputStream>(directory.name(u"sealed"), start, root, outClass);
+    EXPECT_EQ(FileInputStream(directory.name(u"sealed").c_str()).read(nullptr, 0), 0U);
+}
+
+TEST_F(FileStreams, NamesReachTheSystemAsUtf8WithForwardSlashesInAnyLocale) {
+    std::filesystem::create_directories(directory.path("sub/deep"));
+    const std::tuple<WideString, WideString, std::string> rows[] = {
+        {u"sub\\deep\\a.txt", u"sub/deep/a.txt", "sub/deep/a.txt"},
+        {u"\u00E9\u07FF\u0800\uFFFD", u"\u00E9\u07FF\u0800\uFFFD", "\xC3\xA9\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBD"},
+        {u"\U00010000\U0001F600x\U0010FFFF", u"\U00010000\U0001F600x\U0010FFFF",
+         "\xF0\x90\x80\x80\xF0\x9F\x98\x80x\xF4\x8F\xBF\xBF"}};
+    for (const char* locale : {"C", "C.UTF-8"}) {
+        const LocaleScope scope(locale);
+        for (const auto& [name, stored, path] : rows) {
+            EXPECT_EQ(FileOutputStream(directory.name(name).c_str()).write(locale, 1), 1U);
+            EXPECT_EQ(contentOf(directory.path(path)), "C") << path;
+            FileInputStream in(directory.name(name).c_str());
+            EXPECT_EQ(in.getFileName(), directory.name(stored));
+            EXPECT_EQ(readAll(in), "C");
+            std::filesystem::remove(directory.path(path));
+        }
+    }
+}
+
+TEST_F(FileStreams, MovesStayInsideTheFileAndRefusedOnesChangeNothing) {
+    // The size, the position, the move, and how the refusal ends if there is one.
+    // clang-format off
+    const std::tuple<std::size_t, std::size_t, long, WideString> rows[] = {
+        {0, 0, 0, u""}, {0, 0, 1, u"1 > 0"}, {0, 0, -1, u"-1 < 0"}, {10, 4, 6, u""}, {10, 4, 7, u"11 > 10"},
+        {10, 4, -4, u""}, {10, 4, -5, u"-1 < 0"}, {10, 10, 0, u""}, {10, 0, LONG_MAX, u"9223372036854775807 > 10"},
+        {10, 10, LONG_MAX, u"9223372036854775807 > 10"}, {10, 0, LONG_MIN, u"-9223372036854775808 < 0"},
+        {10, 3, LONG_MIN, u"-9223372036854775805 < 0"}, {10, 3, 4294967296, u"4294967299 > 10"},
+        {30000, 29999, -29998, u""}, {30000, 1, 29999, u""}, {30000, 1, 30000, u"30001 > 30000"}};
+    // clang-format on
+    for (auto [size, position, count, refusal] : rows) {
+        std::string content(size, 'a');
+        std::generate(content.begin(), content.end(), [i = 0]() mutable { return static_cast<char>(i++ % 251); });
+        makeFile(directory.path("in"), content);
+        FileInputStream in(directory.name(u"in").c_str());
+        FileOutputStream out(directory.name(u"out").c_str());
+        out.write(content.data(), static_cast<unsigned int>(size));  // still in the buffer when the stream moves
+        in.skip(static_cast<long>(position));
+        out.skip(static_cast<long>(position) - static_cast<long>(size));
+        if (refusal.empty()) {
+            in.skip(count);
+            out.skip(count);
+            position += static_cast<std::size_t>(count);
+        } else {
+            expectFailure<IOException>([&, by = count] { in.skip(by); }, range + refusal, inClass);
+            expectFailure<IOException>([&, by = count] { out.skip(by); }, range + refusal, outClass);
+        }
+        EXPECT_EQ(readAll(in), content.substr(position));
+        EXPECT_EQ(out.write("!?", 2), 2U);
+        out.close();
+        EXPECT_EQ(contentOf(directory.path("out")), content.replace(position, 2, "!?"));
+    }
+}
+
+TEST_F(FileStreams, PipesCannotBeMovedAndOnlySkipReportsAFullDevice) {
+    ASSERT_EQ(::mkfifo(directory.path("pipe").c_str(), 0600), 0);
+    const int other = ::open(directory.path("pipe").c_str(), O_RDWR | O_CLOEXEC);  // so that neither open waits
+    FileInputStream in(directory.name(u"pipe").c_str());
+    FileOutputStream out(directory.name(u"pipe").c_str());
+    expectFailure<IOException>([&] { in.skip(1); }, range + u"0 < 0", inClass);
+    expectFailure<IOException>([&] { out.skip(0); }, range + u"-1 < 0", outClass);
+    out.write("through", 7);
+    out.setFileName(u"/dev/full");
+    ::close(other);
+    EXPECT_EQ(readAll(in), "through");
+    EXPECT_EQ(out.write("x", 1), 1U);
+    out.flush();
+    EXPECT_EQ(out.write("y", 1), 1U);
+    EXPECT_THROW(out.skip(0), IOException);
+}
+
+TEST_F(FileStreams, OperationsStandInTheirPlacesAndCopiesAreRefused) {
+    expectPlaces(4, &FileInputStream::setFileName, &FileInputStream::getFileName);
+    expectPlaces(4, &FileOutputStream::skip, &FileOutputStream::setFileName, &FileOutputStream::getFileName);
+    static_assert(!std::is_copy_constructible_v<FileInputStream> && !std::is_copy_assignable_v<FileInputStream>);
+    static_assert(!std::is_copy_constructible_v<FileOutputStream> && !std::is_copy_assignable_v<FileOutputStream>);
+}
+
+}  // namespace
+}  // namespace moraine::test

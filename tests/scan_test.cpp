@@ -1,0 +1,56 @@
+#include "support.h"
+
+#include <random>
+
+#include "moraine/text/internal/Scan.h"
+
+namespace moraine::test {
+namespace {
+
+namespace scan = text::scan;
+
+/// Whether the vector forms give what the scalar forms give, and write no more than those. The results have the exact
+/// size, so that the sanitizer sees what is written behind them.
+bool agree(const WideChar* text, const char* bytes, std::size_t size, WideChar one, WideChar two) {
+    std::vector<WideChar> wide(size, u'#'), wideScalar(wide);
+    std::vector<char> narrow(size, '#'), narrowScalar(narrow);
+    return scan::find(text, size, one) == scan::scalar::find(text, size, one) &&
+           scan::findEither(text, size, one, two) == scan::scalar::findEither(text, size, one, two) &&
+           scan::widenAscii(bytes, size, wide.data()) == scan::scalar::widenAscii(bytes, size, wideScalar.data()) &&
+           scan::narrowAscii(text, size, narrow.data()) == scan::scalar::narrowAscii(text, size, narrowScalar.data()) &&
+           wide == wideScalar && narrow == narrowScalar;
+}
+
+TEST(Scan, HitsAtEveryPlaceOfEveryLengthAndAlignment) {
+    for (std::size_t length = 0; length <= 200; ++length) {
+        for (std::size_t start = 0; start < 16; ++start) {
+            WideString units(start + length, u'b');
+            std::string bytes(start + length, 'b');
+            for (std::size_t hit = 0; hit <= length; ++hit) {
+                // The terminator is a hit behind the end.
+                const WideChar other = hit == length ? u'\0' : u"\x80\xFF\x100\x8062\xFF80"[(start + hit) % 5];
+                units[start + hit] = other;
+                bytes[start + hit] = static_cast<char>(other);
+                ASSERT_TRUE(agree(&units[start], &bytes[start], length, other, u'&')) << start << " + " << length;
+                ASSERT_EQ(scan::findEither(&units[start], length, u'&', other), hit);
+                units[start + hit] = bytes[start + hit] = hit == length ? '\0' : 'b';
+            }
+        }
+    }
+}
+
+TEST(Scan, RandomText) {
+    std::mt19937 random(20240607);
+    for (int round = 0; round < 20000; ++round) {
+        std::vector<WideChar> units(random() % 70);
+        const auto rare = 1 + random() % 40;
+        for (WideChar& unit : units) {
+            unit = static_cast<WideChar>(random() % rare == 0 ? random() : random() % 0x80);
+        }
+        const std::string bytes(units.begin(), units.end());
+        ASSERT_TRUE(agree(units.data(), bytes.data(), units.size(), u'a', static_cast<WideChar>(random() % 0x80)));
+    }
+}
+
+}  // namespace
+}  // namespace moraine::test
