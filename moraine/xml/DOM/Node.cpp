@@ -1,0 +1,225 @@
+#include "moraine/xml/DOM/Node.h"
+
+#include <cstdint>
+#include <stdexcept>
+
+#include "moraine/lang/ArrayIndexOutBoundsException.h"
+#include "moraine/lang/internal/Raise.h"
+#include "moraine/text/internal/Scan.h"
+#include "moraine/xml/internal/References.h"
+
+namespace moraine::xml::DOM {
+namespace {
+
+using Nodes = std::vector<std::unique_ptr<Node>>;
+
+/// Stores markup text with its references resolved, up to the first zero unit of the result.
+void store(NodeText& field, const WideChar* text, std::size_t length) {
+    if (text == nullptr || length == 0) {
+        field.reset();
+        return;
+    }
+    const std::size_t plain = text::scan::findEither(text, length, u'&', 0);
+    if (plain == length || text[plain] == 0) {
+        field.assign(text, plain);
+        return;
+    }
+    WideString resolved;
+    resolved.reserve(length);
+    appendResolved(resolved, text, length, Resolve::all);
+    field.assign(resolved.data(), text::scan::find(resolved.data(), resolved.size(), 0));
+}
+
+unsigned int countOf(const Nodes& list) {
+    return static_cast<unsigned int>(list.size());
+}
+
+void insertInto(Nodes& list, Node* node, unsigned int index) {
+    // The room is made first, so that a failure leaves the node to the caller.
+    list.emplace(list.begin() + index);
+    list[index].reset(node);
+}
+
+void removeFrom(Nodes& list, unsigned int index) {
+    list[index].reset();
+    list.erase(list.begin() + index);
+}
+
+void clear(Nodes& list) {
+    Nodes doomed;
+    doomed.swap(list);
+    for (std::unique_ptr<Node>& node : doomed) {
+        node.reset();
+    }
+}
+
+}  // namespace
+
+struct Node::Remains {
+    Node* first = nullptr;
+};
+
+Node::Node() = default;
+
+// A node that dies does not destroy its children itself where it is another node's child: that would take stack for
+// every level of the tree. It leaves its children, then its attributes, in front of what is left already, and the
+// node whose end began it all destroys one after the other. So every node dies before its children and before its
+// later siblings, in the order in which they would be destroyed by recursion.
+Node::~Node() {
+    if (children.empty() && attributes.empty()) {
+        return;
+    }
+    if (remains != nullptr) {
+        leaveTo(*remains);
+        return;
+    }
+    Remains own;
+    leaveTo(own);
+    while (own.first != nullptr) {
+        const std::unique_ptr<Node> next(own.first);
+        own.first = next->parentNode;
+        next->parentNode = nullptr;
+        next->remains = &own;
+    }
+}
+
+void Node::leaveTo(Remains& heir) noexcept {
+    for (List* const list : {&attributes, &children}) {
+        for (auto node = list->rbegin(); node != list->rend(); ++node) {
+            if (*node) {
+                (*node)->parentNode = heir.first;
+                heir.first = node->release();
+            }
+        }
+    }
+}
+
+void Node::setLocalName(const WideChar* text, unsigned int length) {
+    store(localName, text, length);
+}
+
+const WideChar* Node::getLocalName() const {
+    return localName.get();
+}
+
+void Node::setParentNode(Node* parent) {
+    parentNode = parent;
+}
+
+Node* Node::getParentNode() {
+    return parentNode;
+}
+
+unsigned int Node::getChildCount() {
+    return countOf(children);
+}
+
+void Node::appendChild(Node* child) {
+    children.emplace_back(child);
+}
+
+void Node::insertChild(Node* child, unsigned int index) {
+    checkIndex(children, index);
+    insertInto(children, child, index);
+}
+
+Node* Node::childAt(unsigned int index) {
+    checkIndex(children, index);
+    return children[index].get();
+}
+
+void Node::removeChild(unsigned int index) {
+    checkIndex(children, index);
+    removeFrom(children, index);
+    // Compared without a sign, so that a negative cursor counts as behind every child.
+    const auto cursor = static_cast<std::uint32_t>(currentChildIndex);
+    if (cursor >= index) {
+        currentChildIndex = static_cast<std::int32_t>(cursor - 1);
+    }
+}
+
+void Node::removeAll() {
+    doMemClear4Child();
+    currentChildIndex = 0;
+}
+
+unsigned int Node::getAttributeCount() {
+    return countOf(attributes);
+}
+
+void Node::appendAttribute(Node* attribute) {
+    attributes.emplace_back(attribute);
+}
+
+void Node::insertAttribute(Node* attribute, unsigned int index) {
+    checkIndex(attributes, index);
+    insertInto(attributes, attribute, index);
+}
+
+Node* Node::attributeAt(unsigned int index) {
+    checkIndex(attributes, index);
+    return attributes[index].get();
+}
+
+void Node::removeAttribute(unsigned int index) {
+    checkIndex(attributes, index);
+    removeFrom(attributes, index);
+}
+
+void Node::removeAllAttributes() {
+    doMemClear4Attr();
+}
+
+void Node::setValue(const WideChar* text, unsigned int length) {
+    store(value, text, length);
+}
+
+const WideChar* Node::getValue() const {
+    return value.get();
+}
+
+bool Node::moveToFirst() {
+    currentChildIndex = 0;
+    return true;
+}
+
+bool Node::moveToNext() {
+    if (currentChildIndex >= static_cast<long>(children.size()) - 1) {
+        return false;
+    }
+    ++currentChildIndex;
+    return true;
+}
+
+Node* Node::getChild() {
+    if (currentChildIndex > static_cast<long>(children.size()) - 1) {
+        return nullptr;
+    }
+    return children.at(static_cast<std::size_t>(currentChildIndex)).get();
+}
+
+long Node::getCurrentChildIndex() {
+    return currentChildIndex;
+}
+
+void Node::doMemClear4Child() {
+    clear(children);
+}
+
+void Node::doMemClear4Attr() {
+    clear(attributes);
+}
+
+const WideChar* Node::getClassName() const {
+    return u"moraine::xml::DOM::Node";
+}
+
+void Node::checkIndex(const List& list, unsigned int index, long line) const {
+    if (index >= list.size()) {
+        const auto shown = static_cast<long>(static_cast<std::int32_t>(index));
+        lang::raise<lang::ArrayIndexOutBoundsException>(
+            getClassName(), lang::message(u"0 <= index < ", countOf(list), u" : ", shown), line);
+    }
+}
+
+}  // namespace moraine::xml::DOM

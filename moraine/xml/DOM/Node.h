@@ -1,0 +1,158 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "moraine/Export.h"
+#include "moraine/text/WideChar.h"
+#include "moraine/xml/DOM/NodeText.h"
+
+namespace moraine::xml::DOM {
+
+/// The kinds of nodes, as `Node::getNodeType` gives them.
+enum NodeType : int {
+    documentNode = 0,
+    declarationNode = 1,
+    elementNode = 2,
+    attrNode = 3,
+    commentNode = 4,
+    textNode = 5,
+};
+
+/// The base of all nodes of an XML tree.
+///
+/// Every node, whatever its kind, has a local name, a value, a link to a parent, a list of children, a list of
+/// attributes, which are nodes too, and a cursor over its children. The tree is a plain container that checks no rule
+/// of XML: any kind of node may stand in any list.
+///
+/// Ownership. A node owns the nodes in its two lists and destroys them with itself. `appendChild`, `insertChild`,
+/// `appendAttribute` and `insertAttribute` take over a node made with `new`, which may stand in one list once; where
+/// they throw, it is still the caller's. The remove operations destroy what they remove, and nothing takes a node out
+/// of a list alive, so a caller deletes only a node that no list holds. Pointers to nodes and texts are borrowed: a
+/// node is good until it is removed or its owner ends, a name or value until it is set again or its node ends. A null
+/// entry is stored like any other, and passed over when nodes are destroyed or rendered.
+///
+/// The lists do not look after the parent link: whoever attaches a node calls `setParentNode` too.
+///
+/// Cost. Destroying a tree takes time in proportion to its nodes, and neither memory nor stack for its depth.
+///
+/// A tree is used by one thread at a time. Not copyable. Operations that store or make something pass on
+/// `std::bad_alloc` and have then changed nothing.
+class MORAINE_API Node {
+public:
+    Node();
+    Node(const Node& other) = delete;
+    virtual ~Node();
+    Node& operator=(const Node& other) = delete;
+
+    /// The kind, one of `NodeType`.
+    virtual int getNodeType() = 0;
+
+    /// The text form of this node alone, never of a subtree, with its texts as they are. A new string that the
+    /// caller owns. An absent name or value counts as empty.
+    virtual OwnedWideString getString() = 0;
+
+    /// As `getString`, with the reserved characters of its texts written as references.
+    virtual OwnedWideString getReferenceString() = 0;
+
+    /// Sets the local name from markup text: references in it are resolved, as `XMLStringUtil::reference2String` does,
+    /// and the result counts up to its first zero unit. A null @p text or a @p length of 0 leaves no name.
+    /// @param text exactly @p length units; may lie in this node's own name or value
+    virtual void setLocalName(const WideChar* text, unsigned int length);
+
+    /// The local name, zero-terminated, or null. Belongs to the node.
+    virtual const WideChar* getLocalName() const;
+
+    /// Sets the link to the parent, which may be null. Touches no list.
+    virtual void setParentNode(Node* parent);
+    virtual Node* getParentNode();
+
+    virtual unsigned int getChildCount();
+
+    /// Adds a child at the end.
+    virtual void appendChild(Node* child);
+
+    /// Adds a child in front of the one at @p index. The cursor keeps its number.
+    /// @throws lang::ArrayIndexOutBoundsException if @p index is not below the count: use `appendChild` to add at the
+    ///         end
+    virtual void insertChild(Node* child, unsigned int index);
+
+    /// @throws lang::ArrayIndexOutBoundsException if @p index is not below the count
+    virtual Node* childAt(unsigned int index);
+
+    /// Destroys a child and closes the gap. A cursor at or behind @p index moves back by one, so that `moveToNext`
+    /// leads to the child behind the one removed; removing child 0 under the cursor leaves it at -1, and a negative
+    /// cursor moves back with every removal.
+    /// @throws lang::ArrayIndexOutBoundsException if @p index is not below the count
+    virtual void removeChild(unsigned int index);
+
+    /// Destroys all children, first to last, and sets the cursor to 0.
+    virtual void removeAll();
+
+    virtual unsigned int getAttributeCount();
+
+    /// Adds an attribute at the end.
+    virtual void appendAttribute(Node* attribute);
+
+    /// Adds an attribute in front of the one at @p index.
+    /// @throws lang::ArrayIndexOutBoundsException if @p index is not below the count
+    virtual void insertAttribute(Node* attribute, unsigned int index);
+
+    /// @throws lang::ArrayIndexOutBoundsException if @p index is not below the count
+    virtual Node* attributeAt(unsigned int index);
+
+    /// Destroys an attribute and closes the gap.
+    /// @throws lang::ArrayIndexOutBoundsException if @p index is not below the count
+    virtual void removeAttribute(unsigned int index);
+
+    /// Destroys all attributes, first to last.
+    virtual void removeAllAttributes();
+
+    /// Sets the value from markup text, on the terms of `setLocalName`.
+    virtual void setValue(const WideChar* text, unsigned int length);
+
+    /// The value, zero-terminated, or null. Belongs to the node.
+    virtual const WideChar* getValue() const;
+
+    /// Sets the cursor to the first child; true also where there is none.
+    virtual bool moveToFirst();
+
+    /// Moves the cursor to the next child. False, with the cursor where it is, if there is none.
+    virtual bool moveToNext();
+
+    /// The child under the cursor, or null if the cursor is behind the last one.
+    /// @throws std::out_of_range if the cursor is negative (see `removeChild`)
+    virtual Node* getChild();
+
+    /// The cursor: a signed 32-bit number.
+    virtual long getCurrentChildIndex();
+
+protected:
+    /// Destroys all children, first to last, and gives back the room of their list.
+    virtual void doMemClear4Child();
+
+    /// Destroys all attributes, first to last, and gives back the room of their list.
+    virtual void doMemClear4Attr();
+
+    /// The name of the node's class, for failures: static text.
+    virtual const WideChar* getClassName() const;
+
+private:
+    using List = std::vector<std::unique_ptr<Node>>;
+
+    /// Nodes that wait for their end, chained through their parent links.
+    struct Remains;
+
+    void leaveTo(Remains& heir) noexcept;
+    void checkIndex(const List& list, unsigned int index, long line = __builtin_LINE()) const;
+
+    Node* parentNode = nullptr;
+    List children;
+    List attributes;
+    NodeText localName;
+    NodeText value;
+    long currentChildIndex = 0;  // holds what 32 bits hold
+    Remains* remains = nullptr;  // set while another node's end is what ends this one
+};
+
+}  // namespace moraine::xml::DOM

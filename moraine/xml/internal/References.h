@@ -1,0 +1,19 @@
+#pragma once
+
+#include "moraine/text/WideChar.h"
+
+namespace moraine::xml {
+
+/// Appends literal text with its reserved characters written as references.
+void appendReferences(WideString& target, const WideChar* text, std::size_t length);
+
+/// Which references `appendResolved` resolves.
+enum class Resolve {
+    numeric,  ///< `&#...;` alone
+    all,      ///< `&lt;`, `&gt;`, `&apos;` and `&quot;`, then the numeric ones in what that gives, then `&amp;`
+};
+
+/// Appends markup text with its references resolved.
+void appendResolved(WideString& target, const WideChar* text, std::size_t length, Resolve which);
+
+}  // namespace moraine::xml

@@ -1,0 +1,283 @@
+#include "xml_support.h"
+
+#include <random>
+#include <set>
+#include <sstream>
+
+#include "moraine/io/OutputStream.h"
+#include "moraine/lang/IllegalArgumentException.h"
+#include "moraine/text/DecoderManager.h"
+#include "moraine/text/UnsupportedEncodingException.h"
+#include "moraine/xml/DOM/XMLWriter.h"
+#include "moraine/xml/XMLStringUtil.h"
+
+namespace moraine::test {
+namespace {
+
+using namespace std::string_literals;
+using io::DataFormatException;
+using xml::DOM::XMLWriter;
+
+static_assert(!std::is_copy_constructible_v<XMLWriter> && !std::is_copy_assignable_v<XMLWriter>);
+
+struct Oops {};
+
+/// Keeps what each write brings; some writes fail.
+class Sink : public io::OutputStream {
+public:
+    explicit Sink(std::set<int> faulty = {}) : faults(std::move(faulty)) {}
+    unsigned int write(const char* data, unsigned int length) override {
+        if (faults.count(++writes) > 0) {
+            throw Oops();
+        }
+        pieces.emplace_back(data, length);
+        return 0;
+    }
+    void flush() override { ADD_FAILURE() << "nothing is flushed"; }
+    void close() override { ++closes; }
+
+    std::string all() const {
+        std::string bytes;
+        for (const std::string& piece : pieces) {
+            bytes += piece;
+        }
+        return bytes;
+    }
+
+    std::vector<std::string> pieces;
+    int writes = 0;
+    int closes = 0;
+
+private:
+    std::set<int> faults;
+};
+
+/// Carries out calls, with "|" between them: `<name`, `@name=value`, `'text`, `!comment`, `>` for an end, `.` for
+/// close.
+void run(XMLWriter& writer, const std::string& calls, bool passOverFailures = false) {
+    std::istringstream stream(calls);
+    for (std::string call; std::getline(stream, call, '|');) {
+        const WideString text(call.begin() + 1, call.end());
+        const std::size_t equals = text.find(u'=');
+        try {
+            call[0] == '<'    ? writer.writeStartElement(text.c_str())
+            : call[0] == '@'  ? writer.writeAttribute(text.substr(0, equals).c_str(), text.c_str() + equals + 1)
+            : call[0] == '\'' ? writer.writeText(text.c_str())
+            : call[0] == '!'  ? writer.writeComment(text.c_str())
+            : call[0] == '>'  ? writer.writeEndElement()
+                              : writer.close();
+        } catch (const Oops&) {
+            if (!passOverFailures) {
+                throw;
+            }
+        }
+    }
+}
+
+/// What the calls send behind the declaration, with "/" behind each piece; line ends are shown as "~".
+std::string sent(const std::string& calls, bool indented, std::set<int> faulty = {}) {
+    Sink sink(std::move(faulty));
+    XMLWriter writer(&sink, u"utf-8", indented);
+    EXPECT_EQ(sink.pieces[0],
+              "<?xml version=\"1.0\" encoding=\"utf-8\" standalone=\"yes\"?>"s + (indented ? "\r\n" : ""));
+    run(writer, calls, true);
+    std::string result;
+    for (std::size_t i = 1; i < sink.pieces.size(); ++i) {
+        result += sink.pieces[i] + "/";
+    }
+    for (std::size_t at; (at = result.find("\r\n")) != std::string::npos;) {
+        result.replace(at, 2, "~");
+    }
+    return result;
+}
+
+TEST(XMLWriter, Output) {
+    const std::vector<WideString> cells = cellsOf(3, R"T(
+        .                         /                                     /
+        <a|@b=c|>|<b|>            <a b="c"/>/<b/>/                      <a b="c"/>~/<b/>~/
+        <a|<b|<c|>|>|>            <a>/<b>/<c/>/</b>/</a>/               <a>~/\s <b>~/\s\s\s <c/>~/\s </b>~/</a>~/
+        <r|<a|'t|!c|>|>           <r>/<a>t/<!--c-->/</a>/</r>/          <r>~/\s <a>t/<!--c-->/\s </a>~/</r>~/
+        <a|<b|>|'t|>              <a>/<b/>/t/</a>/                      <a>~/\s <b/>~/t/</a>~/
+        <a|'t|<b|>|<c|!d|>|>      <a>t/<b/>/<c><!--d-->/</c>/</a>/      <a>t/\s <b/>~/\s <c>~\s <!--d-->~/\s </c>~/</a>~/
+        <a|'t|<b|!c|>|>           <a>t/<b><!--c-->/</b>/</a>/           <a>t/\s <b>~<!--c-->/\s </b>~/</a>~/
+        <a&amp;b|<c&#38;lt;|'|>|>  <a&b>/<c&lt;>/</c&lt;>/</a&b>/        <a&b>~/\s <c&lt;>/</c&lt;>~/</a&b>~/
+        <a|'t|<b|<c|!d|>|>|>      <a>t/<b>/<c><!--d-->/</c>/</b>/</a>/
+            <a>t/\s <b>~/\s\s\s <c>~\s\s\s <!--d-->~/\s\s\s </c>~/\s </b>~/</a>~/
+        <|@=|!|>                  < =""><!---->/</>/                    < ="">~<!---->~/</>~/
+        .|!a|.|<b|>               /<!--a-->/<b/>/                       /<!--a-->~/<b/>~/
+        !0|<a|!1|!2|>|!3          <!--0-->/<a><!--1-->/<!--2-->/</a>/<!--3-->/
+            <!--0-->~/<a>~<!--1-->~/<!--2-->~/</a>~/<!--3-->~/
+        <a|@q="'|@&lt;=&#65;|'&amp;lt; 1 &lt; 2 < 3|!--&gt;|>
+            <a q="&quot;&#39;" &lt;="A">&amp;lt; 1 &lt; 2 &lt; 3/<!----&gt;-->/</a>/
+            <a q="&quot;&#39;" &lt;="A">&amp;lt; 1 &lt; 2 &lt; 3/<!----&gt;-->/</a>~/
+        <root|@id=1|<item|@k=a&b|'x < y|>|!note|<empty|>|>|.
+            <root id="1">/<item k="a&amp;b">x &lt; y/</item>/<!--note-->/<empty/>/</root>//
+            <root id="1">~/\s <item k="a&amp;b">x &lt; y/</item>~/<!--note-->~/\s <empty/>~/</root>~//)T");
+    for (std::size_t i = 0; i < cells.size(); i += 3) {
+        EXPECT_EQ(sent(bytesOf(cells[i]), false), bytesOf(cells[i + 1]));
+        EXPECT_EQ(sent(bytesOf(cells[i]), true), bytesOf(cells[i + 2]));
+    }
+}
+
+TEST(XMLWriter, RefusalsChangeNothing) {
+    const std::vector<WideString> cells = cellsOf(4, R"T(
+        !x                 @a=b   <a|>|.            Current element is not element.
+        <a|>               @a=b   .                 Current element is not element.
+        \e                 't     <a|>              Current element is not element.
+        \e                 >      <a|>              Current element is not element.
+        <a|<b|>            .      >|.               Current element is not element.
+        <a|<b|>            @c=d   <c|>|>            Current element is already writed.
+        <a|'t              @c=d   >                 Current element is already writed.
+        <a|@b=1|@B=2       @b=3   @bb=4|<b|@b=5|>|>  Already has a same attribute name.
+        <a|@0=|@1=|@2=|@3=|@4=|@5=|@6=|@7=|@8=|@9=|@a=|@b=|@c=|@d=|@e=|@f=
+                           @f=1   @F=1|>|<a|@0=|>   Already has a same attribute name.
+        <a|@0=|@1=|@2=|@3=|@4=|@5=|@6=|@7=|@8=|@9=|@a=|@b=|@c=|@d=|@e=|@f=|@g=|@h=|>|<b|@g=|@h=|@0=|@1=|@2=|@3=|@4=|@5=|@6=|@7=|@8=|@9=|@a=|@b=|@c=|@d=|@e=|@f=
+                           @h=1   @i=1|>            Already has a same attribute name.
+        <a|'t              'u     <b|'v|>|>         Already has a text.
+        <a|'t|<b|>|!c      'u     !d|<e|>|>         Already has a text.)T");
+    for (std::size_t i = 0; i < cells.size(); i += 4) {
+        const std::string before = bytesOf(cells[i]), refused = bytesOf(cells[i + 1]), after = bytesOf(cells[i + 2]);
+        Sink sink, plain;
+        XMLWriter writer(&sink, u"utf-8", true), undisturbed(&plain, u"utf-8", true);
+        run(writer, before);
+        run(undisturbed, before);
+        expectFailure<DataFormatException>([&] { run(writer, refused); }, cells[i + 3],
+                                           {u"moraine::xml::DOM::XMLWriter"});
+        EXPECT_EQ(sink.pieces, plain.pieces);
+        EXPECT_EQ(sink.closes, 0);
+        run(writer, after);
+        run(undisturbed, after);
+        EXPECT_EQ(sink.pieces, plain.pieces);
+    }
+    Sink sink;
+    expectFailure<text::UnsupportedEncodingException>(
+        [&] { XMLWriter(&sink, u"Latin", true); }, u"Unsupported encoding. : Latin", {u"moraine::xml::DOM::XMLWriter"});
+    EXPECT_THROW(XMLWriter(&sink, nullptr, true), lang::IllegalArgumentException);
+    EXPECT_EQ(sink.writes + sink.closes, 0);
+}
+
+TEST(XMLWriter, FailuresOfTheStream) {
+    const std::string calls = "<a|@b=c|<d|'t|!u|>|<e|!f|>|>|!g|.";
+    Sink whole;
+    XMLWriter undisturbed(&whole, u"utf-8", true);
+    run(undisturbed, calls);
+    for (int n = 1; n <= whole.writes; ++n) {
+        Sink sink({n});
+        const auto write = [&] { run(*std::make_unique<XMLWriter>(&sink, u"utf-8", true), calls); };
+        EXPECT_THROW(write(), Oops);
+        EXPECT_EQ(sink.pieces.size(), n - 1U + sink.closes);
+        sink.pieces.resize(n - 1U);
+        EXPECT_TRUE(std::equal(sink.pieces.begin(), sink.pieces.end(), whole.pieces.begin()));
+        EXPECT_EQ(sink.closes, n >= whole.writes - 1 ? 1 : 0) << n;  // then no element is open
+    }
+    const struct {
+        std::set<int> faults;
+        std::string calls, sent;
+    } rows[] = {{{2}, "<a|<b|>", "</a>~/"},              // the child stays, and it is not entered
+                {{2}, "<a|>|@c=d|>", "<a c=\"d\"/>~/"},  // the element stays open
+                {{2}, "<a|'t|>", "</a>~/"},              // what was written last stays the declaration
+                {{3}, "<a|'t|>|<b|>|>", "<a>t/  <b/>~/</a>~/"},
+                {{2, 3}, "<a|<b|<c|<d|>|>", "</c>~/</a>~/"},
+                {{3}, "<a|<b|>|>|>", "<a>~/<b/>~/</a>~/"},  // the level is left all the same
+                {{2}, ".|.|.", "/"}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(sent(row.calls, true, row.faults), row.sent) << row.calls;
+    }
+}
+
+TEST(XMLWriter, ClosesOnce) {
+    for (const auto& [calls, closes] : {std::pair("", 1), {".", 1}, {".|.", 1}, {"<a", 0}, {"<a|>", 1}, {".|<a", 1}}) {
+        Sink sink;
+        {
+            XMLWriter writer(&sink, u"UTF-8", false);
+            run(writer, calls);
+        }
+        EXPECT_EQ(sink.closes, closes) << calls;
+        EXPECT_EQ(sink.all().substr(0, 36), "<?xml version=\"1.0\" encoding=\"UTF-8\"");
+    }
+}
+
+TEST(XMLWriter, TheReaderReadsItBack) {
+    std::mt19937 random(1);
+    const WideString units = u"&&<>'\"#;=-alt gp6 ]\n\u00E9\u20AC";
+    for (int document = 0; document < 200; ++document) {
+        Sink sink;
+        XMLWriter writer(&sink, u"utf-8", false);
+        WideString expected = u"D|? version=1.0 encoding=utf-8 standalone=yes|";
+        // Some markup text, and what is to be read of it, between two marks, at the end of what is expected.
+        const auto text = [&](const WideString& before, const WideString& behind) {
+            WideString markup = u"t";
+            for (std::size_t left = random() % 12; left > 0; --left) {
+                markup += units[random() % units.size()];
+            }
+            const auto length = static_cast<unsigned int>(markup.size());
+            expected += before + *xml::XMLStringUtil().reference2String(markup.data(), length) + behind;
+            return markup;
+        };
+        for (int step = 0, depth = 0; step < 40 || depth > 0; ++step) {
+            const auto kind = step < 40 ? random() % 4 : 0;
+            if (kind == 0 && depth > 0) {
+                writer.writeEndElement();
+                expected += u"</e>|";
+                --depth;
+            } else if (kind == 1) {
+                writer.writeComment(text(u"!", u"|").c_str());
+            } else {
+                writer.writeStartElement(u"e");
+                writer.writeAttribute(u"b", text(u"<e b=", u">|").c_str());
+                writer.writeText(text(u"'", u"'|").c_str());
+                ++depth;
+            }
+        }
+        writer.close();
+        Source source(sink.all());
+        ASSERT_EQ(allOf(source), expected + u".");
+    }
+}
+
+TEST(XMLWriter, OtherEncodings) {
+    const std::string calls = "<a|@b=c|'x y|>";
+    Sink plain;
+    XMLWriter writer(&plain, u"utf-8", true);
+    run(writer, calls);
+    for (const WideString& name : {u"BASE64"s, u"url"s}) {
+        Sink sink;
+        XMLWriter encoded(&sink, name.c_str(), true);
+        run(encoded, calls);
+        const std::size_t before = sink.all().size();
+        run(encoded, ".");
+        EXPECT_EQ(sink.all().size() > before, name == u"BASE64");
+        const std::unique_ptr<text::IDecoder> decoder(text::DecoderManager().getDecoder(name.c_str()));
+        const OwnedWideString text =
+            decoder->doDecodeM2W(sink.all().data(), static_cast<unsigned int>(sink.all().size()), true);
+        std::string expected = plain.all();
+        expected.replace(expected.find("utf-8"), 5, bytesOf(name));
+        EXPECT_EQ(bytesOf(*text), expected);
+    }
+}
+
+TEST(XMLWriter, ManyOfAKind) {
+    constexpr int many = 100000;
+    Sink sink;
+    XMLWriter writer(&sink, u"utf-8", false);
+    writer.writeStartElement(u"a");
+    for (int i = 0; i < many; ++i) {
+        WideString name = u"b";
+        text::appendDecimal(name, i);
+        writer.writeAttribute(name.c_str(), u"1");
+    }
+    expectFailure<DataFormatException>([&] { run(writer, "@b99998=2"); }, u"Already has a same attribute name.");
+    for (int i = 0; i < many; ++i) {
+        run(writer, "<b|'t|>|!c");
+    }
+    for (int i = 0; i <= 2 * many; ++i) {
+        run(writer, i < many ? "<d" : ">");
+    }
+    writer.close();
+    Source source(sink.all());
+    const WideString log = allOf(source);
+    EXPECT_EQ(std::count(log.begin(), log.end(), u'|'), 6 * many + 3);
+}
+
+}  // namespace
+}  // namespace moraine::test
