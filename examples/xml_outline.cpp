@@ -92,7 +92,7 @@ void printLine(XMLReader& reader, Kind kind, std::size_t level) {
         line += ' ' + console::narrow(reader.getAttributeName(i)) + '=' + shortened(reader.getAttributeValue(i));
     }
     line += '\n';
-    std::fwrite(line.data(), 1, line.size(), stdout);
+    std::printf("%s", line.c_str());
 }
 
 /// Reads the whole document; prints its outline unless `quiet`.
@@ -102,7 +102,7 @@ Totals read(XMLReader& reader, bool quiet) {
     while (reader.doRead()) {
         const Kind kind = kindOf(reader);
         ++totals.count[kind];
-        totals.count[attribute] += reader.getAttributeCount();
+        totals.count[attribute] += kind == declaration ? 0 : reader.getAttributeCount();
         if (kind == endTag) {
             --level;
         } else if (!quiet) {
@@ -129,6 +129,7 @@ int outline(const std::string& path, bool quiet) {
     for (std::size_t kind = 0; kind < kindCount; ++kind) {
         std::printf("%-12s %10lu\n", labels[kind], totals.count[kind]);
     }
+    std::printf("%-12s %10lu\n", "elements", totals.count[startTag] + totals.count[emptyTag]);
     std::printf("%-12s %10lu\n", "nodes", totals.nodes());
     const double megabytes = static_cast<double>(stream.getBytes()) / 1e6;
     std::printf("%.3f MB in %.1f ms, %.1f MB/s\n", megabytes, elapsed.count() * 1e3, megabytes / elapsed.count());

@@ -168,9 +168,9 @@ TEST(Node, EndOfNodes) {
         for (const WideChar mark : u"abcdefghi"s) {
             nodes[mark] = new Probe(log, mark);
         }
-        for (const char* const link : {"a+b", "b+d", "b+0", "b+e", "a+c", "g+h", "b=f", "a=g", "a=i"}) {
+        for (const WideChar* const link : {u"a+b", u"b+d", u"b+0", u"b+e", u"a+c", u"g+h", u"b=f", u"a=g", u"a=i"}) {
             Node* const target = nodes[link[2]];
-            link[1] == '+' ? nodes[link[0]]->appendChild(target) : nodes[link[0]]->appendAttribute(target);
+            link[1] == u'+' ? nodes[link[0]]->appendChild(target) : nodes[link[0]]->appendAttribute(target);
         }
         return std::unique_ptr<Node>(nodes[u'a']);
     };

@@ -2,10 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <stdlib.h>
-
 #include <clocale>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>

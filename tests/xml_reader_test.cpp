@@ -45,7 +45,7 @@ void expectRows(const std::string& table) {
             }
             ASSERT_EQ(read, expected) << body << " cut at " << cut;
         }
-        for (const std::size_t size : {1, 2, 3, 5, 7}) {
+        for (const std::size_t size : {1UL, 2UL, 3UL, 5UL, 7UL}) {
             std::vector<std::size_t> borders;
             for (std::size_t at = 0; at < body.size() && body.find("<!--") == std::string::npos; at += size) {
                 borders.push_back(at);

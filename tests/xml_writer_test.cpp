@@ -25,7 +25,7 @@ struct Oops {};
 /// Keeps what each write brings; some writes fail.
 class Sink : public io::OutputStream {
 public:
-    explicit Sink(std::set<int> faulty = {}) : faults(std::move(faulty)) {}
+    explicit Sink(std::set<unsigned int> faulty = {}) : faults(std::move(faulty)) {}
     unsigned int write(const char* data, unsigned int length) override {
         if (faults.count(++writes) > 0) {
             throw Oops();
@@ -45,11 +45,11 @@ public:
     }
 
     std::vector<std::string> pieces;
-    int writes = 0;
-    int closes = 0;
+    unsigned int writes = 0;
+    unsigned int closes = 0;
 
 private:
-    std::set<int> faults;
+    std::set<unsigned int> faults;
 };
 
 /// Carries out calls, with "|" between them: `<name`, `@name=value`, `'text`, `!comment`, `>` for an end, `.` for
@@ -75,7 +75,7 @@ void run(XMLWriter& writer, const std::string& calls, bool passOverFailures = fa
 }
 
 /// What the calls send behind the declaration, with "/" behind each piece; line ends are shown as "~".
-std::string sent(const std::string& calls, bool indented, std::set<int> faulty = {}) {
+std::string sent(const std::string& calls, bool indented, std::set<unsigned int> faulty = {}) {
     Sink sink(std::move(faulty));
     XMLWriter writer(&sink, u"utf-8", indented);
     EXPECT_EQ(sink.pieces[0],
@@ -144,7 +144,7 @@ TEST(XMLWriter, RefusalsChangeNothing) {
         expectFailure<DataFormatException>([&] { run(writer, refused); }, cells[i + 3],
                                            {u"moraine::xml::DOM::XMLWriter"});
         EXPECT_EQ(sink.pieces, plain.pieces);
-        EXPECT_EQ(sink.closes, 0);
+        EXPECT_EQ(sink.closes, 0U);
         run(writer, after);
         run(undisturbed, after);
         EXPECT_EQ(sink.pieces, plain.pieces);
@@ -153,7 +153,7 @@ TEST(XMLWriter, RefusalsChangeNothing) {
     expectFailure<text::UnsupportedEncodingException>(
         [&] { XMLWriter(&sink, u"Latin", true); }, u"Unsupported encoding. : Latin", {u"moraine::xml::DOM::XMLWriter"});
     EXPECT_THROW(XMLWriter(&sink, nullptr, true), lang::IllegalArgumentException);
-    EXPECT_EQ(sink.writes + sink.closes, 0);
+    EXPECT_EQ(sink.writes + sink.closes, 0U);
 }
 
 TEST(XMLWriter, FailuresOfTheStream) {
@@ -161,17 +161,17 @@ TEST(XMLWriter, FailuresOfTheStream) {
     Sink whole;
     XMLWriter undisturbed(&whole, u"utf-8", true);
     run(undisturbed, calls);
-    for (int n = 1; n <= whole.writes; ++n) {
+    for (unsigned int n = 1; n <= whole.writes; ++n) {
         Sink sink({n});
         const auto write = [&] { run(*std::make_unique<XMLWriter>(&sink, u"utf-8", true), calls); };
         EXPECT_THROW(write(), Oops);
-        EXPECT_EQ(sink.pieces.size(), n - 1U + sink.closes);
-        sink.pieces.resize(n - 1U);
+        EXPECT_EQ(sink.pieces.size(), n - 1 + sink.closes);
+        sink.pieces.resize(n - 1);
         EXPECT_TRUE(std::equal(sink.pieces.begin(), sink.pieces.end(), whole.pieces.begin()));
-        EXPECT_EQ(sink.closes, n >= whole.writes - 1 ? 1 : 0) << n;  // then no element is open
+        EXPECT_EQ(sink.closes, n >= whole.writes - 1 ? 1U : 0U) << n;  // then no element is open
     }
     const struct {
-        std::set<int> faults;
+        std::set<unsigned int> faults;
         std::string calls, sent;
     } rows[] = {{{2}, "<a|<b|>", "</a>~/"},              // the child stays, and it is not entered
                 {{2}, "<a|>|@c=d|>", "<a c=\"d\"/>~/"},  // the element stays open
@@ -186,7 +186,8 @@ TEST(XMLWriter, FailuresOfTheStream) {
 }
 
 TEST(XMLWriter, ClosesOnce) {
-    for (const auto& [calls, closes] : {std::pair("", 1), {".", 1}, {".|.", 1}, {"<a", 0}, {"<a|>", 1}, {".|<a", 1}}) {
+    for (const auto& [calls, closes] :
+         {std::pair("", 1U), {".", 1U}, {".|.", 1U}, {"<a", 0U}, {"<a|>", 1U}, {".|<a", 1U}}) {
         Sink sink;
         {
             XMLWriter writer(&sink, u"UTF-8", false);

@@ -62,10 +62,10 @@ void FileInputStream::setFileName(const WideChar* name) {
     if (platform::attributesOf(file.get()).directory) {
         lang::raise<IOException>(getClassName(), lang::message(u"This file is directoy. : ", fileName.get()));
     }
-    std::setvbuf(file.get(), fileBuffer.get(), _IOFBF, bufferSize);
-    std::fseek(file.get(), 0, SEEK_END);
-    fileSize = std::ftell(file.get());
-    std::fseek(file.get(), 0, SEEK_SET);
+    // Without this buffer the file has another one, and reads the same.
+    static_cast<void>(std::setvbuf(file.get(), fileBuffer.get(), _IOFBF, bufferSize));
+    fileSize = std::fseek(file.get(), 0, SEEK_END) == 0 ? std::ftell(file.get()) : -1;
+    std::rewind(file.get());
 }
 
 const WideChar* FileInputStream::getFileName() {

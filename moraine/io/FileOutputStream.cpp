@@ -29,7 +29,7 @@ unsigned int FileOutputStream::write(const char* data, unsigned int length) {
 
 void FileOutputStream::flush() {
     if (file) {
-        std::fflush(file.get());
+        static_cast<void>(std::fflush(file.get()));
     }
 }
 

@@ -4,7 +4,7 @@
 
 namespace moraine::text {
 
-Base64Encoder::Base64Encoder() : alphabet("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/=") {}
+Base64Encoder::Base64Encoder() = default;
 
 Base64Encoder::~Base64Encoder() = default;
 

@@ -29,7 +29,8 @@ public:
 private:
     OwnedByteString encode(const unsigned char* bytes, std::size_t length, bool last);
 
-    const char* alphabet;           // indexes 0 to 63 are the digits, 64 is the padding
+    // Indexes 0 to 63 are the digits, 64 is the padding.
+    const char* alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/=";
     unsigned int pendingBits = 0;   // already at their place in the next 6-bit value
     unsigned int pendingCount = 0;  // 0, 2 or 4
 };

@@ -52,7 +52,7 @@ inline void seekWithin(std::FILE* file, long current, long count, long end, cons
         return;
     }
     if (current >= 0) {
-        std::fseek(file, current, SEEK_SET);
+        static_cast<void>(std::fseek(file, current, SEEK_SET));
     }
     constexpr const WideChar* range = u"The range of the file was exceeded. : ";
     lang::raise<IOException>(className,

@@ -58,7 +58,7 @@ void XMLWriter::writeStartElement(const WideChar* name) {
     element->setLocalName(name, measured(name));
     Node* const opened = element.get();
     const bool nested = isElementOpen();
-    if (adopt(std::move(element)) && nested) {
+    if (adopt(std::move(element))) {
         WideString piece;
         putIndentation(piece);
         piece += *currentNode->getReferenceString();
@@ -84,7 +84,7 @@ void XMLWriter::writeAttribute(const WideChar* name, const WideChar* value) {
     attribute->setLocalName(name, measured(name));
     attribute->setValue(value, measured(value));
     currentNode->appendAttribute(attribute.get());
-    attribute.release();
+    static_cast<void>(attribute.release());
 }
 
 void XMLWriter::writeText(const WideChar* text) {
@@ -110,7 +110,7 @@ void XMLWriter::writeComment(const WideChar* text) {
     node->setValue(text, measured(text));
     const OwnedWideString form = node->getReferenceString();
     WideString piece;
-    if (adopt(std::move(node)) && isElementOpen()) {
+    if (adopt(std::move(node))) {
         putIndentation(piece);
         piece += *currentNode->getReferenceString();
         putLineEnd(piece);
@@ -203,8 +203,8 @@ bool XMLWriter::hasText() {
     return false;
 }
 
-/// Makes a node the last child of the current one; whether it is the first one too, so that the start tag has waited
-/// for it. Of the children that are finished only their presence counts, and whether a text is among them: one that is
+/// Makes a node the last child of the current one; whether it is the first one too, so that a start tag has waited for
+/// it. The document's first child is the declaration. Of the children that are finished only their presence counts, and whether a text is among them: one that is
 /// no text goes when the next one comes.
 bool XMLWriter::adopt(std::unique_ptr<Node> node) {
     const unsigned int before = currentNode->getChildCount();
