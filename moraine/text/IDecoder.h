@@ -9,8 +9,9 @@ namespace moraine::text {
 ///
 /// A stream is a run of calls on one object: any number with @p last false, then one with it true. Each call returns
 /// what could be made of this block together with what was held from earlier ones; the results, one behind the
-/// other, are the whole conversion, wherever the blocks were cut. The closing block may be empty and often is. After
-/// it the object holds nothing and is ready for a new stream. A stream uses one of the two decoding operations.
+/// other, are the whole conversion, wherever the blocks were cut (`Base64Decoder` tells of one place where they must
+/// not be). The closing block may be empty and often is. After it the object holds nothing and is ready for a new
+/// stream. A stream uses one of the two decoding operations.
 ///
 /// Malformed input is reported by `lang::IllegalArgumentException`, and what the failing call had decoded is lost.
 /// A length is taken literally: 0 is an empty block, whose pointer is not read. Results are new, belong to the

@@ -1,0 +1,127 @@
+// Reads a property file, shows or changes it, and writes it back.
+
+#include "console.h"
+#include "draft.h"
+#include "moraine/io/FileInputStream.h"
+#include "moraine/util/PropertyManager.h"
+
+namespace {
+
+using moraine::util::PropertyManager;
+
+constexpr const char* usage = "usage: properties FILE [list | get NAME | set NAME VALUE | remove NAME]\n"
+                              "\n"
+                              "  list            print all entries, sorted by name (the default)\n"
+                              "  get NAME        print one value; status 1 if there is none\n"
+                              "  set NAME VALUE  add or replace an entry; makes FILE if there is none\n"
+                              "  remove NAME     remove an entry; status 1 if there is none\n"
+                              "  --help          print this text\n"
+                              "\n"
+                              "The file is in UTF-8. Comments and empty lines do not survive a change. FILE\n"
+                              "stays as it was unless the new one could be written whole.\n";
+
+/// Hands out a stream in pieces that the manager can place behind each other, however long the file is.
+class SmallPieces : public moraine::io::InputStream {
+public:
+    explicit SmallPieces(moraine::io::InputStream& file) : source(file) {}
+
+    unsigned int read(char* buffer, unsigned int length) override {
+        constexpr unsigned int most = 2048;
+        return source.read(buffer, length < most ? length : most);
+    }
+
+    void close() override { source.close(); }
+    void skip(long count) override { source.skip(count); }
+
+private:
+    moraine::io::InputStream& source;
+};
+
+/// Lists the entries in the way they would be written.
+class StandardOutput : public moraine::io::OutputStream {
+public:
+    unsigned int write(const char* data, unsigned int length) override {
+        for (unsigned int i = 0; i < length; ++i) {
+            if (data[i] != '\r') {
+                std::putchar(data[i]);
+            }
+        }
+        return length;
+    }
+
+    void flush() override { std::fflush(stdout); }
+    void close() override {}
+};
+
+void load(PropertyManager& properties, const std::string& path) {
+    moraine::io::FileInputStream file(console::wide(path).c_str());
+    SmallPieces pieces(file);
+    properties.read(&pieces, u"UTF-8");
+}
+
+void save(PropertyManager& properties, const std::string& path) {
+    Draft draft(path);
+    properties.write(&draft.getStream(), u"UTF-8");
+    draft.publish();
+}
+
+/// A value that would not read back is refused before anything is written.
+moraine::WideString checkedValue(const std::string& value) {
+    if (value.find('\n') != std::string::npos || (!value.empty() && value.back() == '\r')) {
+        throw std::runtime_error("a value cannot hold a line feed or end with a carriage return");
+    }
+    return console::wide(value);
+}
+
+int program(const std::vector<std::string>& arguments) {
+    const std::string& path = arguments[0];
+    const std::string command = arguments.size() > 1 ? arguments[1] : "list";
+    PropertyManager properties;
+    if (command != "set" || std::filesystem::exists(path)) {
+        load(properties, path);
+    }
+    if (command == "list") {
+        StandardOutput out;
+        properties.write(&out, u"UTF-8");
+        return 0;
+    }
+    const moraine::WideString name = console::wide(arguments[2]);
+    const moraine::WideChar* const value = properties.get(name.c_str());
+    if (command != "set" && value == nullptr) {
+        std::fprintf(stderr, "%s: no entry %s\n", path.c_str(), arguments[2].c_str());
+        return 1;
+    }
+    if (command == "get") {
+        std::printf("%s\n", console::narrow(value).c_str());
+        return 0;
+    }
+    properties.remove(name.c_str());
+    if (command == "set") {
+        if (name.empty()) {
+            throw std::runtime_error("a name cannot be empty");
+        }
+        properties.put(name.c_str(), checkedValue(arguments[3]).c_str());
+    }
+    save(properties, path);
+    return 0;
+}
+
+/// How many arguments a command takes, the file and the command counted; 0 for one that there is not.
+std::size_t expectedArguments(const std::string& command) {
+    return command == "list" ? 2 : command == "get" || command == "remove" ? 3 : command == "set" ? 4 : 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
+    if (arguments.size() == 1 && arguments[0] == "--help") {
+        std::printf("%s", usage);
+        return 0;
+    }
+    if (arguments.empty() || (arguments.size() > 1 && arguments.size() != expectedArguments(arguments[1]))) {
+        std::fprintf(stderr, "%s", usage);
+        return 2;
+    }
+    return console::run([&] { return program(arguments); });
+}

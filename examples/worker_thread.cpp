@@ -1,0 +1,88 @@
+// Runs work on a thread of its own, and waits for its end in a way that works on every system.
+
+#include <future>
+
+#include <pthread.h>
+
+#include "console.h"
+#include "moraine/lang/IThread.h"
+
+namespace {
+
+constexpr const char* usage = "usage: worker_thread [COUNT]\n"
+                              "\n"
+                              "Adds the numbers from 1 to COUNT (10 million by default) on a thread of its own.\n"
+                              "\n"
+                              "  --help  print this text\n";
+
+/// The work: an object with what it needs and what it finds.
+class Adder : public moraine::lang::IThread {
+public:
+    explicit Adder(unsigned long last) : count(last) {}
+
+    // A worker does not let an exception out of run: there is nobody on its thread to catch it.
+    void run() override {
+        for (unsigned long i = 1; i <= count; ++i) {
+            sum += i;
+        }
+    }
+
+    unsigned long getSum() const { return sum; }
+
+private:
+    unsigned long count;
+    unsigned long sum = 0;
+};
+
+/// What a new thread is given: the object, and how to tell that the thread has done with it.
+struct Start {
+    moraine::lang::IThread* worker;
+    std::promise<void> ended;
+};
+
+/// The entry of the thread. It tells behind threadBody, and not in run, since threadBody still uses the object when
+/// run has returned.
+void* entry(void* argument) {
+    auto* const start = static_cast<Start*>(argument);
+    moraine::lang::IThread::threadBody(start->worker);
+    start->ended.set_value();
+    return nullptr;
+}
+
+int program(unsigned long count) {
+    Adder adder(count);
+    adder.setThreadName(u"adder");
+    Start start{&adder, {}};
+    const std::future<void> ended = start.ended.get_future();
+
+    pthread_t thread{};
+    if (pthread_create(&thread, nullptr, entry, &start) != 0) {
+        std::fprintf(stderr, "error: no thread could be started\n");
+        return 1;
+    }
+    // From here on the object owns the handle and closes it. Nobody joins the thread.
+    adder.setThreadHandle(reinterpret_cast<void*>(thread));
+
+    ended.wait();
+    std::printf("%s: 1 + ... + %lu = %lu\n", console::narrow(adder.getThreadName()).c_str(), count, adder.getSum());
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    unsigned long count = 10'000'000;
+    if (argc == 2 && std::string(argv[1]) == "--help") {
+        std::printf("%s", usage);
+        return 0;
+    }
+    if (argc > 1) {
+        char* end = nullptr;
+        count = std::strtoul(argv[1], &end, 10);
+        if (argc > 2 || end == argv[1] || *end != 0) {
+            std::fprintf(stderr, "%s", usage);
+            return 2;
+        }
+    }
+    return console::run([&] { return program(count); });
+}

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+
+#include "moraine/Export.h"
+#include "moraine/text/WideChar.h"
+
+namespace moraine::lang {
+
+/// The base of an object whose work runs on a thread of its own.
+///
+/// It holds a thread, but neither starts nor awaits one. A client derives from it, implements `run`, starts a thread on
+/// `threadBody` with the object's address as argument, and hands the thread's handle to `setThreadHandle`. The object
+/// must outlive the thread.
+///
+///     void* entry(void* worker) {                 // what pthread_create wants
+///         moraine::lang::IThread::threadBody(worker);
+///         return nullptr;
+///     }
+///     pthread_t thread;
+///     pthread_create(&thread, nullptr, entry, static_cast<moraine::lang::IThread*>(&worker));
+///     worker.setThreadHandle(reinterpret_cast<void*>(thread));
+///
+/// The handle is the value of a `pthread_t`. The object owns it and closes it exactly once, which means
+/// `pthread_detach`: when `run` has returned, or, if it was stored only after that, when the object ends. So a client
+/// does not join the thread. To wait for its end, let the thread tell behind `threadBody`, by a `std::promise` in the
+/// entry function, say; not from within `run`, behind which the object is still in use.
+///
+/// The handle may be set and read by the client while the thread ends. The name is for one thread at a time. Not
+/// copyable.
+class MORAINE_API IThread {
+public:
+    /// No handle, no name.
+    IThread();
+    IThread(const IThread& other) = delete;
+
+    /// Closes the handle, if there still is one.
+    virtual ~IThread();
+
+    IThread& operator=(const IThread& other) = delete;
+
+    /// The thread's work. What it throws is not caught by `threadBody`.
+    virtual void run() = 0;
+
+    /// The entry of the thread: calls `run`, then closes the handle if there is one. May also be called on the caller's
+    /// own thread.
+    /// @param arg an `IThread*`, converted to `void*` from exactly that type
+    static void threadBody(void* arg);
+
+    /// Stores a handle, which then belongs to the object. One held before is not closed. Null is none.
+    void setThreadHandle(void* handle);
+
+    /// The handle, null if there is none or it has been closed.
+    void* getThreadHandle();
+
+    /// Keeps a copy of a zero-terminated name, which may be the present one. A null name counts as empty.
+    /// @throws std::bad_alloc if there is no room; the name is as it was
+    void setThreadName(const WideChar* name);
+
+    /// The name, null if none was set. Belongs to the object and is good until the next `setThreadName`.
+    const WideChar* getThreadName();
+
+private:
+    void closeHandle() noexcept;
+
+    std::atomic<void*> threadHandle{nullptr};
+    std::unique_ptr<WideChar[]> threadName;
+};
+
+}  // namespace moraine::lang

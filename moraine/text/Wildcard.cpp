@@ -1,0 +1,238 @@
+#include "moraine/text/Wildcard.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "moraine/lang/IllegalArgumentException.h"
+#include "moraine/lang/internal/Raise.h"
+#include "moraine/platform/Locale.h"
+#include "moraine/text/internal/Replace.h"
+
+namespace moraine::text {
+namespace {
+
+template <class Unit>
+using View = std::basic_string_view<Unit>;
+
+template <class Unit>
+View<Unit> view(const Unit* text) {
+    return text == nullptr ? View<Unit>() : View<Unit>(text);
+}
+
+bool isDigit(char unit) {
+    return unit >= '0' && unit <= '9';
+}
+
+bool isDigit(WideChar unit) {
+    return platform::isDigit(unit);
+}
+
+template <class Unit>
+bool isMetacharacter(Unit unit) {
+    return unit == '*' || unit == '?' || unit == '#';
+}
+
+/// Whether one pattern unit that is no star takes a unit of the text.
+template <class Unit>
+bool takes(Unit pattern, Unit unit) {
+    return pattern == '?' || (pattern == '#' ? isDigit(unit) : pattern == unit);
+}
+
+/// Whether a pattern without stars takes a text of its own length.
+template <class Unit>
+bool takesAll(View<Unit> pattern, const Unit* text) {
+    return std::equal(pattern.begin(), pattern.end(), text, takes<Unit>);
+}
+
+/// The index behind the first occurrence of a run of literals at or behind `from`; `npos` if there is none. Where a
+/// try fails, its units are not looked at again: the borders of the run tell how much of it still stands.
+template <class Unit>
+std::size_t findRunEnd(View<Unit> text, View<Unit> run, std::size_t from) {
+    std::vector<std::size_t> borders(run.size());  // of the first i + 1 units: the longest head that is also their end
+    const auto advance = [&](std::size_t taken, Unit unit) {
+        while (taken > 0 && run[taken] != unit) {
+            taken = borders[taken - 1];
+        }
+        return run[taken] == unit ? taken + 1 : 0;
+    };
+    for (std::size_t i = 1; i < run.size(); ++i) {
+        borders[i] = advance(borders[i - 1], run[i]);
+    }
+    for (std::size_t taken = 0; from < text.size(); ++from) {
+        if (taken == 0) {
+            from += findUnit(text.data() + from, text.size() - from, run[0]);
+            taken = from < text.size() ? 1 : 0;
+        } else {
+            taken = advance(taken, text[from]);
+        }
+        if (taken == run.size()) {
+            return from + 1;
+        }
+    }
+    return View<Unit>::npos;
+}
+
+/// Looks for a pattern without stars by following all places where it may stand at once, one bit for each place. So
+/// no unit of the text is looked at twice, whatever the pattern repeats.
+template <class Unit>
+class ParallelSearch {
+public:
+    explicit ParallelSearch(View<Unit> pattern)
+        : size(pattern.size()), words((size + wordBits - 1) / wordBits), any(words), digit(words) {
+        for (const Unit unit : pattern) {
+            if (!isMetacharacter(unit)) {
+                literals.push_back(unit);
+            }
+        }
+        std::sort(literals.begin(), literals.end());
+        literals.erase(std::unique(literals.begin(), literals.end()), literals.end());
+        masks.resize(literals.size() * words);
+        for (std::size_t i = 0; i < size; ++i) {
+            setBits(pattern, i);
+        }
+    }
+
+    /// The index behind the first occurrence at or behind `from`, or `none`.
+    std::size_t findEnd(View<Unit> text, std::size_t from) const {
+        std::vector<std::uint64_t> state(words);
+        for (; from < text.size(); ++from) {
+            const std::uint64_t* const mask = maskOf(text[from]);
+            const bool isOneDigit = isDigit(text[from]);
+            std::uint64_t carry = 1;
+            for (std::size_t word = 0; word < words; ++word) {
+                const std::uint64_t next = state[word] >> (wordBits - 1);
+                const std::uint64_t accepted =
+                    any[word] | (isOneDigit ? digit[word] : 0) | (mask != nullptr ? mask[word] : 0);
+                state[word] = (state[word] << 1 | carry) & accepted;
+                carry = next;
+            }
+            if ((state[(size - 1) / wordBits] >> ((size - 1) % wordBits) & 1) != 0) {
+                return from + 1;
+            }
+        }
+        return View<Unit>::npos;
+    }
+
+private:
+    static constexpr std::size_t wordBits = 64;
+
+    void setBits(View<Unit> pattern, std::size_t place) {
+        const std::uint64_t bit = std::uint64_t{1} << (place % wordBits);
+        const std::size_t word = place / wordBits;
+        switch (pattern[place]) {
+            case '?':
+                any[word] |= bit;
+                break;
+            case '#':
+                digit[word] |= bit;
+                break;
+            default:
+                masks[indexOf(pattern[place]) * words + word] |= bit;
+                break;
+        }
+    }
+
+    std::size_t indexOf(Unit unit) const {
+        return static_cast<std::size_t>(std::lower_bound(literals.begin(), literals.end(), unit) - literals.begin());
+    }
+
+    /// The places of a literal unit; null for one that the pattern does not hold.
+    const std::uint64_t* maskOf(Unit unit) const {
+        const std::size_t index = indexOf(unit);
+        return index < literals.size() && literals[index] == unit ? &masks[index * words] : nullptr;
+    }
+
+    std::size_t size;
+    std::size_t words;
+    std::vector<std::uint64_t> any;
+    std::vector<std::uint64_t> digit;
+    std::vector<Unit> literals;
+    std::vector<std::uint64_t> masks;
+};
+
+/// The index behind the first occurrence of a pattern without stars, whose first unit is literal, at or behind `from`;
+/// `npos` if there is none.
+template <class Unit>
+std::size_t findEnd(View<Unit> text, View<Unit> pattern, std::size_t from) {
+    constexpr std::size_t fewUnits = 8;
+    if (pattern.size() > text.size() - from) {
+        return View<Unit>::npos;
+    }
+    if (pattern.size() > fewUnits) {
+        const bool isRun = std::none_of(pattern.begin(), pattern.end(), isMetacharacter<Unit>);
+        return isRun ? findRunEnd(text, pattern, from) : ParallelSearch<Unit>(pattern).findEnd(text, from);
+    }
+    while (text.size() - from >= pattern.size()) {
+        const std::size_t places = text.size() - pattern.size() + 1 - from;
+        const std::size_t hit = findUnit(text.data() + from, places, pattern[0]);
+        if (hit == places) {
+            break;
+        }
+        from += hit;
+        if (takesAll(pattern, text.data() + from)) {
+            return from + pattern.size();
+        }
+        ++from;
+    }
+    return View<Unit>::npos;
+}
+
+}  // namespace
+
+bool Wildcard::isMatch(const char* buffer, const char* pattern) {
+    return matches(buffer, pattern);
+}
+
+bool Wildcard::isMatchW(const WideChar* buffer, const WideChar* pattern) {
+    return matches(buffer, pattern);
+}
+
+const WideChar* Wildcard::getClassName() const {
+    return u"moraine::text::Wildcard";
+}
+
+template <class Unit>
+bool Wildcard::matches(const Unit* buffer, const Unit* pattern) const {
+    const View<Unit> text = view(buffer);
+    const View<Unit> rule = view(pattern);
+    if (text.empty()) {
+        lang::raise<lang::IllegalArgumentException>(getClassName(), u"The buffer length is 0.");
+    }
+    if (rule.empty()) {
+        lang::raise<lang::IllegalArgumentException>(getClassName(), u"The pattern length is 0.");
+    }
+    // Up to the first star unit stands against unit.
+    std::size_t at = 0;
+    while (at < text.size() && at < rule.size() && rule[at] != '*') {
+        if (!takes(rule[at], text[at])) {
+            return false;
+        }
+        ++at;
+    }
+    // Between two stars the first occurrence is as good as any; behind the last one the end of the text decides.
+    std::size_t star = at;
+    while (at < text.size() && star < rule.size()) {
+        const View<Unit> rest = rule.substr(star + 1);
+        if (rest.empty()) {
+            return true;
+        }
+        if (isMetacharacter(rest[0])) {
+            lang::raise<lang::IllegalArgumentException>(
+                getClassName(), lang::message(u"Invalid pattern. : ", static_cast<long>(star) + 1));
+        }
+        const std::size_t length = findUnit(rest.data(), rest.size(), Unit('*'));
+        if (length == rest.size()) {
+            return text.size() - at >= length && takesAll(rest, text.data() + text.size() - length);
+        }
+        at = findEnd(text, rest.substr(0, length), at);
+        if (at == View<Unit>::npos) {
+            return false;
+        }
+        star += length + 1;
+    }
+    return at == text.size() && (star == rule.size() || (star + 1 == rule.size() && rule[star] == '*'));
+}
+
+}  // namespace moraine::text

@@ -1,0 +1,209 @@
+#include "moraine/util/PropertyManager.h"
+
+#include <algorithm>
+#include <memory>
+#include <string_view>
+
+#include "moraine/io/DataFormatException.h"
+#include "moraine/io/IOException.h"
+#include "moraine/lang/internal/Raise.h"
+#include "moraine/text/DecoderManager.h"
+#include "moraine/text/EncoderManager.h"
+#include "moraine/text/internal/Scan.h"
+#include "moraine/text/UnsupportedEncodingException.h"
+
+namespace moraine::util {
+namespace {
+
+constexpr unsigned int blockSize = 10240;
+
+constexpr const WideChar* badCharacter = u"Can't use char contained in property name.";
+
+std::u16string_view view(const WideChar* text) {
+    return {text, text::lengthOf(text)};
+}
+
+/// The message of a failure in a line.
+WideString inLine(const WideChar* words, unsigned int lineNumber) {
+    return lang::message(words, u" : (", lineNumber, u")");
+}
+
+/// Text that has been decoded and not yet consumed: from `start` to `end` in a buffer that does not grow.
+struct PendingText {
+    std::unique_ptr<WideChar[]> buffer{new WideChar[blockSize + 1]};
+    unsigned int start = 0;
+    unsigned int end = 0;
+
+    /// Puts a block behind the pending text, with a terminator behind that; false if it does not fit.
+    bool place(const WideString& block) {
+        if (block.size() > blockSize - end) {
+            // A block that would just fill the buffer does not fit either.
+            if (block.size() >= blockSize - (end - start)) {
+                return false;
+            }
+            std::copy(buffer.get() + start, buffer.get() + end, buffer.get());
+            end -= start;
+            start = 0;
+        }
+        std::copy(block.begin(), block.end(), buffer.get() + end);
+        end += static_cast<unsigned int>(block.size());
+        buffer[end] = 0;
+        return true;
+    }
+};
+
+}  // namespace
+
+PropertyManager::PropertyManager() = default;
+
+PropertyManager::PropertyManager(const PropertyManager& other) = default;
+
+PropertyManager::~PropertyManager() = default;
+
+PropertyManager& PropertyManager::operator=(const PropertyManager& other) = default;
+
+void PropertyManager::read(io::InputStream* in, const WideChar* encoding) {
+    std::unique_ptr<text::IDecoder> decoder;
+    try {
+        decoder.reset(text::DecoderManager().getDecoder(encoding));
+    } catch (text::UnsupportedEncodingException& e) {
+        lang::passOn(e, getClassName());
+    }
+    removeAll();
+
+    PendingText pending;
+    unsigned int lineNumber = 1;
+    const auto place = [&](const WideString& block) {
+        if (!pending.place(block)) {
+            lang::raise<io::DataFormatException>(getClassName(), inLine(u"Line is too long.", lineNumber));
+        }
+    };
+    const auto parse = [&](bool atEnd) {
+        try {
+            pending.start = readProc(pending.buffer.get(), pending.start, pending.end, atEnd, lineNumber);
+        } catch (io::DataFormatException& e) {
+            lang::passOn(e, getClassName());
+        }
+    };
+
+    const std::unique_ptr<char[]> block(new char[blockSize]);
+    while (const unsigned int count = in->read(block.get(), blockSize)) {
+        if (count > blockSize) {
+            lang::raise<io::IOException>(getClassName(), u"The stream could not be read.");
+        }
+        place(*decoder->doDecodeM2W(block.get(), count, false));
+        parse(false);
+    }
+    const OwnedWideString rest = decoder->doDecodeM2W(block.get(), 0, true);
+    if (pending.end > pending.start || !rest->empty()) {
+        place(*rest);
+        parse(true);
+    }
+}
+
+void PropertyManager::write(io::OutputStream* out, const WideChar* encoding) {
+    std::unique_ptr<text::IEncoder> encoder;
+    try {
+        encoder.reset(text::EncoderManager().getEncoder(encoding));
+    } catch (text::UnsupportedEncodingException& e) {
+        lang::passOn(e, getClassName());
+    }
+    const auto send = [&](const WideString& text, bool last) {
+        const OwnedByteString bytes = encoder->doEncodeW2M(text.data(), static_cast<unsigned int>(text.size()), last);
+        out->write(bytes->data(), static_cast<unsigned int>(bytes->size()));
+    };
+    WideString line;
+    for (const auto& [name, value] : table) {
+        line.assign(name).append(u"=").append(value).append(u"\r\n");
+        send(line, false);
+    }
+    send(WideString(), true);
+}
+
+const WideChar* PropertyManager::get(const WideChar* name) {
+    if (name == nullptr) {
+        return nullptr;
+    }
+    const auto entry = table.find(view(name));
+    return entry == table.end() ? nullptr : entry->second.c_str();
+}
+
+void PropertyManager::put(const WideChar* name, const WideChar* value) {
+    const std::u16string_view key = view(name);
+    if (!std::all_of(key.begin(), key.end(), [this](WideChar c) { return check4VariableUseableChar(c); })) {
+        lang::raise<io::DataFormatException>(getClassName(), badCharacter);
+    }
+    table.try_emplace(WideString(key), view(value));
+}
+
+void PropertyManager::remove(const WideChar* name) {
+    const auto entry = name == nullptr ? table.end() : table.find(view(name));
+    if (entry != table.end()) {
+        table.erase(entry);
+    }
+}
+
+void PropertyManager::removeAll() {
+    table.clear();
+}
+
+unsigned int PropertyManager::count() {
+    return static_cast<unsigned int>(table.size());
+}
+
+bool PropertyManager::check4VariableUseableChar(WideChar c) {
+    return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9') || c == u'_';
+}
+
+unsigned int PropertyManager::readProc(WideChar* text, unsigned int start, unsigned int end, bool atEnd,
+                                       unsigned int& lineNumber) {
+    while (start < end) {
+        const auto length = static_cast<unsigned int>(text::scan::find(text + start, end - start, u'\n'));
+        const unsigned int lineEnd = start + length;
+        if (lineEnd == end && !atEnd) {
+            break;
+        }
+        const WideChar first = text[start];
+        if (first != u'\n' && first != u'\r' && first != u'#') {
+            readProperty(text, start, lineEnd, end, lineNumber);
+        }
+        start = lineEnd + 1;
+        ++lineNumber;
+    }
+    return start;
+}
+
+const WideChar* PropertyManager::getClassName() const {
+    return u"moraine::util::PropertyManager";
+}
+
+/// Reads the line from `start` up to `lineEnd`; the text in hand goes on to `end`.
+void PropertyManager::readProperty(const WideChar* text, unsigned int start, unsigned int lineEnd, unsigned int end,
+                                   unsigned int lineNumber) {
+    const auto fail = [&](const WideChar* words) {
+        lang::raise<io::DataFormatException>(getClassName(), inLine(words, lineNumber));
+    };
+    if (text[start] == u' ') {
+        fail(u"Can't use white-space for line top.");
+    }
+    // The search goes beyond the line: where the line has no "=", its name runs on and is refused for its line feed.
+    const auto nameLength = static_cast<unsigned int>(text::scan::find(text + start, end - start, u'='));
+    if (nameLength == end - start) {
+        fail(u"Not found for '='.");
+    }
+    if (nameLength == 0) {
+        fail(u"Can't find for property name.");
+    }
+    const WideChar* const name = text + start;
+    if (!std::all_of(name, name + nameLength, [this](WideChar c) { return check4VariableUseableChar(c); })) {
+        fail(badCharacter);
+    }
+    const WideChar* const value = name + nameLength + 1;
+    const WideChar* valueEnd = text + lineEnd;
+    while (valueEnd > value && valueEnd[-1] == u'\r') {
+        --valueEnd;
+    }
+    table.try_emplace(WideString(name, nameLength), value, static_cast<std::size_t>(valueEnd - value));
+}
+
+}  // namespace moraine::util

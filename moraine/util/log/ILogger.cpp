@@ -1,0 +1,90 @@
+#include "moraine/util/log/ILogger.h"
+
+#include <mutex>
+
+#include "moraine/io/FileNotFoundException.h"
+#include "moraine/io/IOException.h"
+#include "moraine/lang/IllegalArgumentException.h"
+#include "moraine/lang/IllegalStateException.h"
+#include "moraine/lang/internal/Raise.h"
+#include "moraine/platform/LoggerMutex.h"
+#include "moraine/util/log/internal/Timestamp.h"
+
+namespace moraine::util::log {
+
+ILogger::ILogger() = default;
+
+ILogger::~ILogger() = default;
+
+void ILogger::setOutputPath(const WideChar* path) {
+    outputPath = text::copyOf(path);
+}
+
+const WideChar* ILogger::getOutputPath() {
+    return outputPath.get();
+}
+
+void ILogger::write(const WideChar* message) {
+    bool written = false;
+    // The lock is free again before a failure gets its line.
+    try {
+        written = writeLocked(message);
+    } catch (lang::IllegalArgumentException& e) {
+        lang::passOn(e, getClassName());
+    } catch (lang::IllegalStateException& e) {
+        lang::passOn(e, getClassName());
+    } catch (io::FileNotFoundException& e) {
+        lang::passOn(e, getClassName());
+    } catch (io::IOException& e) {
+        lang::passOn(e, getClassName());
+    }
+    if (!written) {
+        lang::raise<lang::IllegalStateException>(getClassName(), u"Output path is NULL.");
+    }
+}
+
+const WideChar* ILogger::getClassName() const {
+    return u"moraine::util::log::ILogger";
+}
+
+void ILogger::doWriteLog(const WideChar* message) {
+    stamp();
+    const WideString line = lang::message(timestamp, u" ", message, u"\r\n");
+    try {
+        const auto length = static_cast<unsigned int>(line.size());
+        const OwnedByteString bytes = encoder.doEncodeW2M(line.data(), length, true);
+        stream.write(bytes->data(), static_cast<unsigned int>(bytes->size()));
+        stream.flush();
+    } catch (lang::IllegalArgumentException& e) {
+        lang::passOn(e, getClassName());
+    } catch (io::IOException& e) {
+        lang::passOn(e, getClassName());
+    }
+}
+
+/// Opens the file if that is due and writes a line, all with the lock held; false if there is no path.
+bool ILogger::writeLocked(const WideChar* message) {
+    platform::LoggerMutex everywhere;
+    const std::lock_guard<platform::LoggerMutex> lock(everywhere);
+    if (!outputPath) {
+        return false;
+    }
+    if (stream.getFileName() == nullptr || needReopen) {
+        needReopen = true;
+        stream.setFileName(outputPath.get());
+        needReopen = false;
+    }
+    doWriteLog(message);
+    return true;
+}
+
+/// Brings the timestamp up to date.
+void ILogger::stamp() {
+    const std::int64_t now = platform::now();
+    if (now != time) {
+        writeTimestamp(platform::universalTime(now), timestamp);
+        time = now;
+    }
+}
+
+}  // namespace moraine::util::log

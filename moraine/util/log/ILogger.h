@@ -1,0 +1,73 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "moraine/Export.h"
+#include "moraine/io/FileOutputStream.h"
+#include "moraine/text/UTF8Encoder.h"
+#include "moraine/text/WideChar.h"
+
+namespace moraine::util::log {
+
+/// Writes lines of text with a timestamp to a file: "2026/11/18 07:35:22 message\r\n", in Universal Time and UTF-8.
+///
+/// It is complete as it is; a class derived from it may replace the way a line is written.
+///
+/// The file is opened by the first `write`, which cuts an existing file to length 0, and stays open; each line is
+/// handed to the system before `write` returns. So every logger, and every run of a program, starts its file afresh,
+/// and two loggers on one file destroy each other's lines. A path set after the first successful `write` does not
+/// redirect the log. Where the system takes no more, a full disk say, lines are lost without a word.
+///
+/// Threads and processes. `write` may be called by any thread. One lock, named "LoggerMutex", serialises the writing of
+/// all loggers of all processes of the machine; it is held while the file is opened and a line is written. There is no
+/// time-out: a thread that stays in `doWriteLog` keeps all others waiting. A process that dies frees it. The thread
+/// that has it may take it again, so `doWriteLog` may write through another logger. A forked child has no part in it.
+/// Where the lock cannot be had (its file cannot be made or opened), only the threads of one process exclude each
+/// other. The lock is a file in the folder for temporary files; each thread that logs keeps one descriptor for it,
+/// which is closed with the thread and handed on to no child. The other operations are for one thread at a time. Not
+/// copyable.
+class MORAINE_API ILogger {
+public:
+    /// A logger without a path.
+    ILogger();
+    ILogger(const ILogger& other) = delete;
+
+    /// Closes the file.
+    virtual ~ILogger();
+
+    ILogger& operator=(const ILogger& other) = delete;
+
+    /// Keeps a copy of a zero-terminated path, which may be the present one, for the next `write` that opens a file:
+    /// the first one, and the one behind a failed attempt. A null path counts as empty.
+    virtual void setOutputPath(const WideChar* path);
+
+    /// The path as it was given, null if none was. Belongs to the logger and is good until the next `setOutputPath`.
+    virtual const WideChar* getOutputPath();
+
+    /// Writes a line. A null message counts as empty.
+    /// @throws lang::IllegalStateException "Output path is NULL." if no path was set
+    /// @throws io::FileNotFoundException, io::IOException if the file cannot be opened, on the terms of
+    ///         `io::FileOutputStream::setFileName`; the next `write` tries again
+    /// What `doWriteLog` throws passes through; the lock is freed in every case.
+    virtual void write(const WideChar* message);
+
+protected:
+    virtual const WideChar* getClassName() const;
+
+    /// Writes one line to the open file. Called by `write` with the lock held.
+    virtual void doWriteLog(const WideChar* message);
+
+private:
+    bool writeLocked(const WideChar* message);
+    void stamp();
+
+    std::unique_ptr<WideChar[]> outputPath;
+    bool needReopen = false;
+    WideChar timestamp[20] = {};  // of the last line
+    std::int64_t time = -1;       // that it tells
+    io::FileOutputStream stream;
+    text::UTF8Encoder encoder;
+};
+
+}  // namespace moraine::util::log

@@ -1,0 +1,284 @@
+#include "support.h"
+
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/mman.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <functional>
+#include <thread>
+
+#include "moraine/io/DataFormatException.h"
+#include "moraine/io/FileNotFoundException.h"
+#include "moraine/lang/IllegalArgumentException.h"
+#include "moraine/lang/IllegalStateException.h"
+#include "moraine/util/log/ILogger.h"
+
+static std::atomic<std::time_t> fixedTime{0};
+
+/// The clock of the whole program, in place of the system's, so that a test can set it.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
+extern "C" std::time_t time(std::time_t* target) noexcept {
+    timespec now{fixedTime, 0};
+    now.tv_sec == 0 ? ::clock_gettime(CLOCK_REALTIME, &now) : 0;
+    return target == nullptr ? now.tv_sec : *target = now.tv_sec;
+}
+
+namespace moraine::test {
+namespace {
+
+using util::log::ILogger;
+
+static_assert(!std::is_copy_constructible_v<ILogger> && !std::is_copy_assignable_v<ILogger>);
+
+struct Probe : ILogger {
+    Probe(const WideString& path, std::function<void()> hook) : inside(std::move(hook)) { setOutputPath(path.c_str()); }
+    const WideChar* getClassName() const override { return named(), u"Probe"; }
+    void doWriteLog(const WideChar* message) override { inside(), ILogger::doWriteLog(message); }
+    std::function<void()> inside, named = [] {};
+};
+
+/// Runs @p body in a process of its own, which a hang ends.
+template <class Body>
+pid_t start(Body body) {
+    std::fflush(stdout);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::alarm(100);
+        [&]() noexcept { body(); }();
+        ::_exit(::testing::Test::HasFailure());
+    }
+    return child;
+}
+
+int endOf(pid_t child) {
+    int status = -1;
+    return ::waitpid(child, &status, 0), status;
+}
+
+struct Logger : ::testing::Test {
+    void write(const WideString& file) const {
+        Probe(directory.name(file), [] {}).write(u"");
+    }
+    /// Expects that another thread and another process can log.
+    void expectFree() const {
+        EXPECT_EQ(endOf(start([&] { std::thread([&] { write(u"free"); }).join(); })), 0);
+        std::thread([&] { write(u"free"); }).join();
+    }
+    /// What a holder of the lock does first: look whether there is another.
+    void enter() const { shared[1] += shared[0].exchange(1); }
+    void await(int stage) const {
+        while (shared[2] != stage) {
+            ::usleep(1000);
+        }
+    }
+    void TearDown() override { EXPECT_EQ(shared[1], 0) << "two had the lock"; }
+    void logFromEverywhere() const;
+
+    const TemporaryDirectory directory;
+    std::atomic<int>* const shared = static_cast<std::atomic<int>*>(  // by all processes
+        ::mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+};
+
+/// Logs from threads of processes at once, and expects every line to be whole.
+void Logger::logFromEverywhere() const {
+    pid_t children[4];
+    for (pid_t& child : children) {
+        const WideString name{static_cast<WideChar>(u'a' + (&child - children))};
+        child = start([&] {
+            Probe inner(directory.name(u"inner" + name), [] {}), probe(directory.name(name), [&] {
+                enter();
+                inner.write(u"#");  // which does not free the lock
+                ::sched_yield();
+                shared[0] = 0;
+            });
+            std::vector<std::thread> threads(8);
+            for (WideChar i = 0; i < 80; ++i) {
+                std::thread& thread = threads[i % 8];
+                i < 8 ? void() : thread.join();
+                thread = std::thread([&, i] { probe.write(WideString(500, static_cast<WideChar>(u'!' + i)).c_str()); });
+            }
+            std::for_each(threads.begin(), threads.end(), [](std::thread& thread) { thread.join(); });
+        });
+    }
+    for (pid_t& child : children) {
+        EXPECT_EQ(endOf(child), 0);
+        const std::string text = contentOf(directory.path({static_cast<char>('a' + (&child - children))}));
+        EXPECT_EQ(text.size(), 80U * 522);
+        for (std::size_t at = 0; at < text.size(); at += 522) {
+            EXPECT_EQ(text.substr(at + 19, 503), " " + std::string(500, text[at + 20]) + "\r\n");
+        }
+    }
+}
+
+TEST_F(Logger, LinesAreWholeAndNobodyIsInsideWithAnother) {
+    logFromEverywhere();
+}
+
+TEST_F(Logger, AHolderThatDiesFreesTheLockAndASignalDoesNot) {
+    const auto hold = [&] { enter(), shared[2] = 1, await(9); };
+    const pid_t holder = start([&] { Probe(directory.name(u"a"), hold).write(u""); });
+    await(1);
+    const pid_t waiting = start([&] {
+        struct sigaction action = {};  // without SA_RESTART
+        action.sa_handler = [](int) {};
+        ::sigaction(SIGUSR1, &action, nullptr);
+        shared[2] = 2;
+        Probe(directory.name(u"b"), [&] { enter(); }).write(u"");
+    });
+    await(2);
+    for (int i = 0; i < 50; ++i) {
+        ::kill(waiting, SIGUSR1);
+        ::usleep(1000);
+    }
+    shared[0] = 0;
+    ::kill(holder, SIGKILL);
+    EXPECT_TRUE(endOf(waiting) == 0 && endOf(holder) == SIGKILL);
+}
+
+TEST_F(Logger, AForkedChildHasNoPartInTheLock) {
+    const int end = endOf(start([&] {
+        std::thread other([&] { write(u"o"), shared[2] = 1, await(2); });
+        await(1);
+        pid_t child = -1;
+        Probe probe(directory.name(u"p"), [&] {
+            enter();
+            const long descriptors = openDescriptors();
+            child = start([&] {
+                EXPECT_EQ(openDescriptors(), descriptors - 2) << "has the descriptors of two threads";
+                probe.inside = [&] { enter(); };
+                probe.write(u"child");
+            });
+            ::usleep(20000);
+            shared[0] = 0;
+        });
+        probe.write(u"");
+        EXPECT_EQ(endOf(child), 0);
+        shared[2] = 2;
+        other.join();
+    }));
+    EXPECT_TRUE(end == 0 && contentOf(directory.path("p")).size() == 22 + 27);
+}
+
+TEST_F(Logger, DescriptorsEndWithTheirThreads) {
+    struct Last {  // logs when its thread ends, behind whatever the thread made later
+        ~Last() { logger->write(u"last"); }
+        const Logger* logger;
+    };
+    write(u"a");
+    const long descriptors = openDescriptors();
+    const int next = ::dup(0);
+    ::close(next);
+    for (int i = 0; i < 50; ++i) {
+        std::thread([&] {
+            thread_local const Last last{this};
+            last.logger->write(u"b");
+            EXPECT_TRUE(openDescriptors() == descriptors + 1 && ::fcntl(next, F_GETFD) == FD_CLOEXEC);
+        }).join();
+    }
+    EXPECT_EQ(openDescriptors(), descriptors);
+    expectFree();
+}
+
+TEST_F(Logger, ALockFileThatIsMissingOrUselessLocksNobodyOut) {
+    // In a folder for temporary files of its own, so that nobody else sees what happens to the file.
+    const int end = endOf(start([&] {
+        const std::string folder = "/tmp", file = folder + "/LoggerMutex.lock", logs = directory.root;
+        if ((::unshare(CLONE_NEWNS) != 0 && ::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) ||
+            ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            ::mount("none", folder.c_str(), "tmpfs", 0, "mode=1777") != 0) {
+            ::_exit(77);
+        }
+        std::filesystem::create_directories(logs);
+        ::chmod(logs.c_str(), 0777);
+        ::umask(077);
+        for (int twice = 0; twice < 2; ++twice) {
+            write(u"a");
+            EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0666)) << "not made anew";
+            logFromEverywhere();
+            std::filesystem::remove(file);
+        }
+        EXPECT_EQ(::symlink("elsewhere", file.c_str()), 0);
+        write(u"x");
+        std::filesystem::remove(file);
+        EXPECT_EQ(::mkdir(file.c_str(), 0700), 0);
+        write(u"y");
+        std::filesystem::remove(file);
+        ::close(::creat(file.c_str(), 0600));
+        EXPECT_TRUE(::setuid(65534) == 0 || ::geteuid() != 0);  // another user, if the system lets us
+        write(u"z");
+        for (const char* name : {"x", "y", "z"}) {
+            EXPECT_EQ(std::filesystem::file_size(directory.path(name)), 22U);
+        }
+    }));
+    if (end == W_EXITCODE(77, 0)) {
+        GTEST_SKIP() << "the system gives no folder of one's own";
+    }
+    EXPECT_EQ(end, 0);
+}
+
+TEST_F(Logger, FailuresPassThroughAndFreeTheLockBeforeTheyGetTheirLine) {
+    Probe probe(directory.name(u"no\\file"), [] {});
+    probe.named = [&] { expectFree(); };
+    EXPECT_EQ(probe.getOutputPath(), directory.name(u"no\\file"));
+    const auto log = [&] { probe.write(u"x"); };
+    const std::vector<WideString> layers = {u"moraine::io::FileOutputStream", u"Probe"};
+    for (int twice = 0; twice < 2; ++twice) {
+        expectFailure<io::FileNotFoundException>(log, directory.name(u"no/file"), layers);
+    }
+    makeFile(directory.path("a"), "what was there before");
+    probe.setOutputPath(directory.name(u"a").c_str());
+    log();
+    probe.setOutputPath(directory.name(u"b").c_str());  // does not redirect what is open
+    probe.setOutputPath(probe.getOutputPath());
+    EXPECT_EQ(probe.getOutputPath(), directory.name(u"b"));
+    const auto expectPassing = [&](auto failure, const std::vector<WideString>& lines) {
+        probe.inside = [&] { throw failure; };
+        expectFailure<decltype(failure)>(log, u"", lines);
+    };
+    expectPassing(lang::IllegalArgumentException(u"In", 1), {u"In", u"Probe"});
+    expectPassing(lang::IllegalStateException(u"In", 1), {u"In", u"Probe"});
+    expectPassing(io::FileNotFoundException(u"In", 1), {u"In", u"Probe"});
+    expectPassing(io::IOException(u"In", 1), {u"In", u"Probe"});
+    expectPassing(io::DataFormatException(u"In", 1), {u"In"});
+    probe.inside = [] { throw 7; };
+    EXPECT_THROW(log(), int);
+    expectFree();
+    probe.inside = [] {};
+    log();
+    EXPECT_EQ(contentOf(directory.path("a")).size(), 46U);
+    const WideString name = u"moraine::util::log::ILogger";
+    expectFailure<lang::IllegalStateException>([] { ILogger().write(u""); }, u"Output path is NULL.", {name});
+    expectPlaces(3, &ILogger::write, &Probe::getClassName, &Probe::doWriteLog);
+}
+
+TEST_F(Logger, LinesHaveTheUniversalTimeInUtf8) {
+    // clang-format off
+    const std::tuple<std::time_t, WideString, std::string> rows[] = {
+        {1, u"first", "1970/01/01 00:00:01 first"}, {1794987322, u"hello", "2026/11/18 07:35:22 hello"},
+        {1794987359, u"", "2026/11/18 07:35:59 "}, {1794987360, u"\u00E9\u20AC", "2026/11/18 07:36:00 \xC3\xA9\xE2\x82\xAC"},
+        {951782399, u"-", "2000/02/28 23:59:59 -"}, {951782400, u"a\r\nb", "2000/02/29 00:00:00 a\r\nb"},
+        {951868800, u"-", "2000/03/01 00:00:00 -"}, {4107542400, u"-", "2100/03/01 00:00:00 -"},
+        {1735689599, u"-", "2024/12/31 23:59:59 -"}, {253402300799, u"-", "9999/12/31 23:59:59 -"}};
+    // clang-format on
+    const int end = endOf(start([&] {
+        ::setenv("TZ", "XYZ+5", 1);  // NOLINT(concurrency-mt-unsafe): one thread
+        ::tzset();
+        Probe logger(directory.name(u"log"), [] {});
+        std::string expected;
+        for (const auto& [now, message, line] : rows) {
+            fixedTime = now;
+            logger.write(message.c_str());
+            EXPECT_EQ(contentOf(directory.path("log")), expected += line + "\r\n") << "not there at once";
+        }
+    }));
+    EXPECT_EQ(end, 0);
+}
+
+}  // namespace
+}  // namespace moraine::test

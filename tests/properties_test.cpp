@@ -1,0 +1,222 @@
+#include "xml_support.h"
+
+#include <map>
+#include <random>
+#include <tuple>
+
+#include "moraine/io/IOException.h"
+#include "moraine/lang/IllegalArgumentException.h"
+#include "moraine/text/EncoderManager.h"
+#include "moraine/text/StringUtil.h"
+#include "moraine/text/UnsupportedEncodingException.h"
+#include "moraine/util/PropertyManager.h"
+
+namespace moraine::test {
+namespace {
+
+using util::PropertyManager;
+
+const WideString manager = u"moraine::util::PropertyManager";
+const WideChar* const encodings[] = {u"UTF-8", u"BASE64", u"URL"};
+
+// clang-format off
+struct Sink : io::OutputStream {
+    unsigned int write(const char* data, unsigned int length) override {
+        text.append(data, length).append("|");
+        return length;
+    }
+    void flush() override { ADD_FAILURE() << "the table flushes no stream"; }
+    void close() override { ADD_FAILURE() << "the table closes no stream"; }
+    std::string text;
+};
+
+/// What is written, with ";" behind each entry and "|" behind any other block.
+std::string written(PropertyManager& properties, const WideChar* encoding = u"UTF-8") {
+    Sink sink;
+    properties.write(&sink, encoding);
+    return *text::StringUtil().doReplace(sink.text.data(), static_cast<unsigned int>(sink.text.size()), "\r\n|", ";");
+}
+
+/// Reads bytes in blocks of a size. The message of a malformed line, or empty text.
+WideString readMessage(PropertyManager& properties, const std::string& bytes, std::size_t block = 10240,
+                       const WideChar* encoding = u"UTF-8") {
+    std::vector<std::size_t> ends;
+    for (std::size_t end = block; end < bytes.size(); end += block) { ends.push_back(end); }
+    Source source(bytes, ends);
+    try {
+        properties.read(&source, encoding);
+        return u"";
+    } catch (io::DataFormatException& e) {
+        const WideString message = *e.getMessage(), report = *e.getTrace(), layer = u"\r\n\tat " + manager + u"(";
+        const bool isTwice = report.find(layer) != report.rfind(layer);
+        EXPECT_TRUE(report.find(layer) < report.size() && isTwice == (message[0] != u'L')) << bytesOf(report);
+        return message;
+    }
+}
+
+// What comes of a text, in which line, and what is then in the table. "C=" is a line without "=" in front of one that
+// has one: whether that is in hand depends on the blocks, and BASE64 always holds some back.
+TEST(PropertyManager, Lines) {
+    const std::map<WideChar, WideString> messages = {
+        {u'W', u"Can't use white-space for line top."}, {u'=', u"Not found for '='."},
+        {u'N', u"Can't find for property name."}, {u'C', u"Can't use char contained in property name."}};
+    const auto rows = cellsOf(3, R"(
+        \e  -  \e                 \n\r\n\r\n\n\r  -  \e     a=b  -  a=b;                  a=b\n  -  a=b;
+        a=b\r\r\n  -  a=b;        a=b\rc\r  -  a=b\rc;      a=\r\r  -  a=;                a=\n\nb=c  -  a=;b=c;
+        a=\sb\s\n  -  a=\sb\s;    a=\tb\t\r  -  a=\tb\t;    a=b==#"  -  a=b==#";          b=2\na=1  -  a=1;b=2;
+        a=1\na=2\n\na=3  -  a=1;  #a=b\n#\n#  -  \e         \rx=1\na=b  -  a=b;         _z9=\u00E9  -  _z9=\u00C3\u00A9;
+        \n=b  N2  \e              a=1\n=\nb=2  N2  a=1;     #\r\n\n\r\n\sa=b  W4  \e      a=b\n\s\n  W2  a=b;
+        \ta=b  C1  \e             a\sb=c  C1  \e            a=1\nb\s=c  C2  a=1;          a\r=b  C1  \e
+        x\u0141=1  C1  \e         a=1\n\r\n#\n.=  C4  a=1;  abc  =1  \e                   a=b\n\t\n#x\n  =2  a=b;
+        abc\nd=e  C=1  \e         a=1\nx\n#=  C=2  a=1;     a\u00E9\nb=2\n  C=1  \e       a=1\n\sb\nc=d  W2  a=1;)");
+    for (std::size_t row = 0; row < rows.size() * 3; row += 3) {
+        const WideChar* const encoding = encodings[row / rows.size()];
+        const WideString &text = rows[row % rows.size()], &cell = rows[row % rows.size() + 1];
+        const auto words = [&](WideChar kind) { return messages.at(kind) + u" : (" + cell.back() + u")"; };
+        const WideString message = cell == u"-" ? u"" : words(cell[0]);
+        const std::unique_ptr<text::IEncoder> encoder(text::EncoderManager().getEncoder(encoding));
+        const std::string bytes = *encoder->doEncodeW2M(text.data(), static_cast<unsigned int>(text.size()), true);
+        for (std::size_t block = 1; block <= bytes.size() + 1; ++block) {
+            SCOPED_TRACE(bytes + " in blocks of " + std::to_string(block));
+            PropertyManager properties;
+            properties.put(u"before", u"1");
+            const WideString found = readMessage(properties, bytes, block, encoding);
+            const bool depends = cell[1] == u'=' && (block < bytes.size() || encoding == encodings[1]);
+            EXPECT_TRUE(found == message || (depends && found == words(u'='))) << bytesOf(found);
+            EXPECT_EQ(written(properties), bytesOf(rows[row % rows.size() + 2]) + "|");
+        }
+    }
+}
+
+// A comment in front, a line behind it, the size of the blocks, and the number of the line that is too long. Behind the
+// start of a line the second block may fill the buffer, but not if that start has to move.
+TEST(PropertyManager, RoomForALine) {
+    const std::tuple<std::size_t, std::size_t, std::size_t, WideString> rows[] = {
+        {0, 10240, 10240, u""}, {0, 10241, 10240, u"1"}, {0, 10240, 5120, u""}, {0, 10241, 2, u"1"},
+        {2, 10240, 10240, u"2"}, {5120, 5120, 5120, u""}, {5121, 10238, 10240, u""}, {5121, 10240, 10240, u"2"},
+        {10237, 6, 10240, u""}, {10237, 7, 10240, u""}, {4, 10239, 10240, u""}, {4, 10240, 10240, u"2"},
+        {9998, 10240, 2, u""}, {9998, 10241, 2, u"2"}, {5119, 10238, 5120, u""}};
+    for (const auto& [front, size, block, number] : rows) {
+        const std::string comment = front == 0 ? "" : std::string(front - 1, '#') + "\n";
+        PropertyManager properties;
+        const WideString found = readMessage(properties, comment + "a=" + std::string(size - 2, 'x'), block);
+        EXPECT_EQ(found, number.empty() ? u"" : u"Line is too long. : (" + number + u")") << front << ' ' << size;
+        EXPECT_EQ(text::lengthOf(properties.get(u"a")), number.empty() ? size - 2 : 0);
+    }
+    const std::tuple<std::size_t, std::size_t, WideString> shortLines[] = {  // of four units
+        {3750, 10240, u""}, {5119, 10240, u""}, {5120, 10240, u"2561"}, {9999, 3, u""}, {99999, 10239, u"2560"},
+        {99999, 10237, u"7678"}, {99999, 10236, u""}};
+    for (const auto& [count, block, number] : shortLines) {
+        std::string bytes;
+        for (std::size_t i = 0; i < count; ++i) { bytes += "a=1\n"; }
+        PropertyManager properties;
+        const WideString found = readMessage(properties, bytes, block);
+        EXPECT_EQ(found, number.empty() ? u"" : u"Line is too long. : (" + number + u")") << count << ' ' << block;
+        EXPECT_EQ(written(properties), "a=1;|");
+    }
+}
+
+TEST(PropertyManager, FailuresFromElsewhere) {
+    PropertyManager properties;
+    for (const unsigned int answer : {10241U, 0xFFFFFFFFU, 1U, 0U}) {
+        Source source("a=1\nb=2\nc=3", {5, 10});
+        source.faultyRead = 3;
+        source.fault = [&, answer = answer] { return answer == 1 ? throw io::IOException(u"x", 1) : answer; };
+        const auto read = [&] { properties.read(&source, u"UTF-8"); };
+        const WideString message = answer == 1 ? u"" : u"The stream could not be read.";
+        answer == 0 ? read() : expectFailure<io::IOException>(read, message, {answer == 1 ? u"x" : manager});
+        EXPECT_EQ(written(properties), answer == 0 ? "a=1;b=2;c=;|" : "a=1;b=2;|");
+    }
+    using lang::IllegalArgumentException;
+    Source source("c=3\nd=\xE2\x82");
+    for (const WideChar* encoding : {u"", u"UTF8", u" UTF-8"}) {
+        using text::UnsupportedEncodingException;
+        const WideString layers[] = {u"moraine::text::DecoderManager", u"moraine::text::EncoderManager"};
+        const auto read = [&] { properties.read(&source, encoding); };
+        expectFailure<UnsupportedEncodingException>(read, u"", {layers[0], manager});
+        expectFailure<UnsupportedEncodingException>([&] { written(properties, encoding); }, u"", {layers[1], manager});
+    }
+    EXPECT_THROW(properties.read(&source, nullptr), IllegalArgumentException);
+    EXPECT_THROW(written(properties, nullptr), IllegalArgumentException);
+    EXPECT_TRUE(source.reads == 0 && properties.count() == 3);
+    const WideString decoder = u"moraine::text::UTF8Decoder";
+    expectFailure<IllegalArgumentException>([&] { properties.read(&source, u"utf-8"); }, u"", {decoder});
+    EXPECT_EQ(written(properties), "c=3;|");
+}
+
+TEST(PropertyManager, WhatIsWrittenReadsBack) {
+    std::mt19937 random(1);
+    const auto anyText = [&](const WideString& units, std::size_t length) {
+        WideString text(length, 0);
+        std::generate(text.begin(), text.end(), [&] { return units[random() % units.size()]; });
+        return text;
+    };
+    const WideString narrow = u"ab=# \r\t\"\\%+\x01\x7F\x80\xE9\xFF", wide = u"\x0D0A\xD83D\xDE00\xFEFF\xFFFE\xFFFF";
+    for (std::size_t round = 0; round < 600; ++round) {
+        PropertyManager properties;
+        std::map<WideString, WideString> known;
+        for (std::size_t entry = round % 20; entry > 0; --entry) {
+            const WideString name = anyText(u"abzAZ09_", 1 + random() % 3);
+            WideString value = anyText(narrow + (round % 3 == 1 ? u"" : wide), random() % 12);  // the second is BASE64
+            value.erase(value.find_last_not_of(u'\r') + 1);
+            properties.put(name.c_str(), value.c_str());
+            known.emplace(name, value);  // the first one stays here too
+        }
+        Sink sink;
+        properties.write(&sink, encodings[round % 3]);
+        sink.text.erase(std::remove(sink.text.begin(), sink.text.end(), '|'), sink.text.end());
+        EXPECT_EQ(readMessage(properties, sink.text, 1 + random() % 50, encodings[round % 3]), u"");
+        ASSERT_EQ(properties.count(), known.size());
+        for (const auto& [name, value] : known) { ASSERT_EQ(shown(properties.get(name.c_str())), value); }
+    }
+}
+
+struct Opened : PropertyManager {
+    using PropertyManager::check4VariableUseableChar;
+    using PropertyManager::readProc;
+};
+
+TEST(PropertyManager, Table) {
+    static_assert(std::has_virtual_destructor_v<PropertyManager>);
+    Opened properties;
+    for (const WideChar* name : {u"b", u"a", u"B", u"_", u"aa", u"0", u"b"}) {
+        properties.put(name, properties.count() < 6 ? name : u"later");
+    }
+    const PropertyManager copy(properties);
+    PropertyManager assigned;
+    assigned.put(u"gone", u"1");
+    assigned = copy;
+    properties = *&properties;
+    properties.put(nullptr, nullptr);
+    properties.remove(nullptr);
+    properties.remove(u"c");
+    properties.remove(u"a");
+    EXPECT_EQ(shown(properties.get(u"a")) + shown(properties.get(u"")) + shown(properties.get(nullptr)), u"~~");
+    EXPECT_EQ(written(properties) + written(assigned), "=;0=0;B=B;_=_;aa=aa;b=b;|0=0;B=B;_=_;a=a;aa=aa;b=b;|");
+    properties.removeAll();
+    const WideString words = u"Can't use char contained in property name.";
+    const WideString useable = u"0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ_abcdefghijklmnopqrstuvwxyz";
+    for (unsigned int unit = 1; unit <= 0xFFFF; ++unit) {
+        const WideString name = {u'x', static_cast<WideChar>(unit)};
+        const auto put = [&] { properties.put(name.c_str(), u""); };
+        const bool isUseable = useable.find(name[1]) != WideString::npos;
+        ASSERT_EQ(properties.check4VariableUseableChar(name[1]), isUseable) << unit;
+        isUseable ? put() : expectFailure<io::DataFormatException>(put, words, {manager});
+    }
+    EXPECT_EQ(properties.count(), useable.size());
+    // Where reading starts, whether the text ends there, where it stopped, and in which line from 7.
+    const auto rows = cellsOf(5, R"(
+        \e  0  0  0  7    a=b  3  1  3  7    a=b  0  0  0  7    a=b  0  1  4  8    \s  0  0  0  7    a=b\nc  0  0  4  8
+        a=b\nc=d  0  1  8  9    x\na=b\n#\n\s  2  0  8  9    a=b\n\s  4  0  4  7    a=b\nc=d\n  0  1  8  9)");
+    for (std::size_t i = 0; i < rows.size(); i += 5) {
+        WideString text = rows[i];
+        unsigned int line = 7;
+        const auto end = static_cast<unsigned int>(text.size());
+        const auto stop = properties.readProc(text.data(), rows[i + 1][0] - u'0', end, rows[i + 2] == u"1", line);
+        EXPECT_EQ(std::to_string(stop) + std::to_string(line), bytesOf(rows[i + 3] + rows[i + 4])) << bytesOf(text);
+    }
+}
+// clang-format on
+
+}  // namespace
+}  // namespace moraine::test

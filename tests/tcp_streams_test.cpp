@@ -1,0 +1,199 @@
+#include "support.h"
+
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <climits>
+#include <csignal>
+#include <thread>
+
+#include "moraine/io/IOException.h"
+#include "moraine/net/TCPInputStream.h"
+#include "moraine/net/TCPOutputStream.h"
+#include "moraine/util/PropertyManager.h"
+#include "moraine/xml/DOM/XMLReader.h"
+
+namespace moraine::test {
+namespace {
+
+using net::TCPInputStream, net::TCPOutputStream;
+
+static_assert(!std::is_copy_constructible_v<TCPInputStream> && !std::is_copy_assignable_v<TCPInputStream>);
+static_assert(!std::is_copy_constructible_v<TCPOutputStream> && !std::is_copy_assignable_v<TCPOutputStream>);
+
+constexpr unsigned int failure = 4294967295;
+
+/// Two sockets connected over the loopback interface: one for a stream, which closes it, and its peer.
+struct Connection {
+    explicit Connection(bool small = false) {
+        if (small) {  // and within the system, where a socket that is full stays full
+            EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
+            return;
+        }
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        auto* const general = reinterpret_cast<sockaddr*>(&address);
+        socklen_t size = sizeof address;
+        const int listener = ::socket(AF_INET, SOCK_STREAM, 0);
+        EXPECT_TRUE(::bind(listener, general, size) == 0 && ::listen(listener, 1) == 0);
+        EXPECT_EQ(::getsockname(listener, general, &size), 0);
+        ends[0] = ::socket(AF_INET, SOCK_STREAM, 0);
+        EXPECT_EQ(::connect(ends[0], general, size), 0);
+        ends[1] = ::accept(listener, nullptr, nullptr);
+        ::close(listener);
+    }
+    ~Connection() { leave(); }
+    unsigned int socket() const { return static_cast<unsigned int>(ends[0]); }
+    void say(const std::string& bytes) const { ::send(ends[1], bytes.data(), bytes.size(), 0); }
+    std::string hear() const {
+        std::string bytes(1 << 20, '#');
+        const ssize_t count = ::recv(ends[1], bytes.data(), bytes.size(), MSG_DONTWAIT);
+        return count < 0 ? "nothing" : bytes.substr(0, static_cast<std::size_t>(count));
+    }
+    /// Takes the peer away. If it has not read all, that is a reset.
+    void leave() { ends[1] = ends[1] >= 0 ? ::close(ends[1]) - 1 : -1; }
+
+    int ends[2] = {-1, -1};
+};
+
+std::string readOnce(io::InputStream& stream, unsigned int length) {
+    std::string bytes(length, '#');
+    const unsigned int count = stream.read(bytes.data(), length);
+    return count == failure ? "failure" : bytes.substr(0, count);
+}
+
+/// Every test leaves as many files open as it found.
+struct TcpStreams : ::testing::Test {
+    void TearDown() override { EXPECT_EQ(openDescriptors(), descriptors); }
+    const long descriptors = openDescriptors();
+};
+
+TEST_F(TcpStreams, ReadsTakeWhatArrivedAndTellTheEndFromAFailure) {
+    for (const bool reset : {false, true}) {
+        Connection connection;
+        TCPInputStream in(connection.socket());
+        connection.say(std::string("a\0\xFF four", 8));
+        EXPECT_EQ(readOnce(in, 3), std::string("a\0\xFF", 3));
+        in.skip(1);
+        in.skip(LONG_MIN);
+        EXPECT_EQ(readOnce(in, 100), " four") << "what was there, without waiting for more";
+        ::fcntl(connection.ends[0], F_SETFL, O_NONBLOCK);
+        EXPECT_EQ(readOnce(in, 1), "failure") << "nothing there yet is not the end";
+        reset ? static_cast<void>(::send(connection.ends[0], "x", 1, 0)) : void();
+        connection.leave();
+        EXPECT_EQ(readOnce(in, 1), reset ? "failure" : "");
+    }
+}
+
+TEST_F(TcpStreams, WritesTellHowMuchWasTakenAndRaiseNoSignal) {
+    Connection connection;
+    TCPOutputStream out(connection.socket());
+    ::fcntl(connection.ends[0], F_SETFL, O_NONBLOCK);
+    const std::string data(1 << 26, 'd');
+    const unsigned int taken = out.write(data.data(), 1 << 26);
+    EXPECT_TRUE(taken > 0 && taken < 1 << 26) << taken;
+    out.flush();
+    out.skip(LONG_MIN);
+    EXPECT_EQ(out.getPos(), -1);
+    std::string received(taken, '#');
+    ASSERT_EQ(::recv(connection.ends[1], received.data(), taken, MSG_WAITALL), taken);
+    EXPECT_TRUE(received == data.substr(0, taken));
+    EXPECT_EQ(connection.hear(), "nothing");
+    const auto former = ::signal(SIGPIPE, SIG_DFL);  // which would end the process
+    connection.leave();
+    unsigned int count = 1;
+    for (int i = 0; i < 1000 && count == 1; ++i) {  // the first one may still be taken
+        count = out.write("x", 1);
+        ::usleep(1000);
+    }
+    EXPECT_EQ(count, failure);
+    ::signal(SIGPIPE, former);
+}
+
+template <class Stream>
+void expectOneEnd() {
+    Connection first, second;
+    const int copy = ::dup(first.ends[0]), place = second.ends[0];
+    Stream(first.socket()).skip(1);
+    EXPECT_EQ(::fcntl(first.ends[0], F_GETFD), -1);
+    EXPECT_EQ(first.hear(), "") << "the copy is open, so that only a shutdown tells the peer";
+    EXPECT_EQ(::send(first.ends[1], "x", 1, MSG_NOSIGNAL), 1) << "more than sending has ended";
+    {
+        Stream stream(static_cast<unsigned int>(copy));
+        stream.setSocket(second.socket());
+        stream.close();
+        EXPECT_TRUE(stream.getSocket() == 0 && ::fcntl(place, F_GETFD) == -1);
+        EXPECT_EQ(::dup2(copy, place), place);
+        stream.close();
+    }
+    EXPECT_TRUE(::close(copy) == 0 && ::close(place) == 0) << "closed although the stream had it no more";
+}
+
+TEST_F(TcpStreams, TheSocketIsClosedOnceAndOnlySendingIsEndedBefore) {
+    expectOneEnd<TCPInputStream>();
+    expectOneEnd<TCPOutputStream>();
+    expectPlaces(4, &TCPInputStream::setSocket, &TCPInputStream::getSocket);
+    expectPlaces(4, &TCPOutputStream::skip, &TCPOutputStream::getPos, &TCPOutputStream::setSocket);
+}
+
+TEST_F(TcpStreams, WithoutASocketNothingIsTouched) {
+    TCPInputStream in;
+    TCPOutputStream out(0);
+    EXPECT_TRUE(readOnce(in, 1) == "failure" && out.write("y", 1) == failure);
+    out.flush();
+    in.close();
+}
+
+TEST_F(TcpStreams, InterruptedCallsAreRepeated) {
+    static std::atomic<int> interruptions{0};
+    struct sigaction action = {}, former = {};
+    action.sa_handler = [](int) { ++interruptions; };  // and no SA_RESTART
+    ::sigaction(SIGUSR1, &action, &former);
+    Connection connection(true);
+    TCPInputStream in(connection.socket());
+    TCPOutputStream out(static_cast<unsigned int>(::dup(connection.ends[0])));
+    const std::string block(1 << 20, 'b');
+    ::send(connection.ends[0], block.data(), block.size(), MSG_DONTWAIT);  // so that the write has to wait
+    unsigned int count = 0;
+    std::string received;
+    std::atomic<bool> done{false};
+    std::thread reader([&] { received = readOnce(in, 5), done = true; });
+    std::thread writer([&] { count = out.write("x", 1), done = true; });
+    for (int i = 0; i < 10000 && !done && interruptions < 40; ++i) {
+        ::pthread_kill((i % 2 == 0 ? reader : writer).native_handle(), SIGUSR1);
+        ::usleep(1000);
+    }
+    EXPECT_FALSE(done) << "gave up";
+    connection.say("hello");
+    for (int i = 0; i < 10000 && connection.hear().back() != 'x'; ++i) {
+        ::usleep(1000);
+    }
+    reader.join();
+    writer.join();
+    EXPECT_TRUE(received == "hello" && count == 1) << received << count;
+    ::sigaction(SIGUSR1, &former, nullptr);
+}
+
+TEST_F(TcpStreams, ReadersReportAConnectionThatBreaks) {
+    for (const bool xml : {false, true}) {
+        Connection connection;
+        TCPInputStream in(connection.socket());
+        connection.say(xml ? "<?xml version=\"1.0\"?><a>" : "name=value\n");
+        ::send(connection.ends[0], "x", 1, 0);
+        connection.leave();
+        const auto read = [&] {
+            xml::DOM::XMLReader reader(&in);
+            xml&& reader.doRead() && reader.doRead() && reader.doRead();
+            util::PropertyManager().read(&in, u"UTF-8");
+        };
+        const WideString name = xml ? u"moraine::xml::DOM::XMLReader" : u"moraine::util::PropertyManager";
+        expectFailure<io::IOException>(read, u"The stream could not be read.", {name});
+    }
+}
+
+}  // namespace
+}  // namespace moraine::test

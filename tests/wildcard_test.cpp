@@ -1,0 +1,95 @@
+#include "xml_support.h"
+
+#include <random>
+
+#include "moraine/lang/IllegalArgumentException.h"
+#include "moraine/text/Wildcard.h"
+
+namespace moraine::test {
+namespace {
+
+/// Expects "yes", "no" or the message of a failure from both twins, whose texts lie in blocks of their exact size.
+void expectMatch(const WideString& text, const WideString& pattern, const WideString& outcome) {
+    SCOPED_TRACE(bytesOf(text).substr(0, 400) + " by " + bytesOf(pattern).substr(0, 400));
+    const auto check = [&](auto isMatch, auto unit) {
+        const std::vector<decltype(unit)> buffer(text.c_str(), text.c_str() + text.size() + 1);
+        const std::vector<decltype(unit)> rule(pattern.c_str(), pattern.c_str() + pattern.size() + 1);
+        const auto action = [&] { return (text::Wildcard().*isMatch)(buffer.data(), rule.data()); };
+        if (outcome == u"yes" || outcome == u"no") {
+            EXPECT_EQ(action(), outcome == u"yes");
+        } else {
+            expectFailure<lang::IllegalArgumentException>(action, outcome, {u"moraine::text::Wildcard"});
+        }
+    };
+    check(&text::Wildcard::isMatch, char());
+    check(&text::Wildcard::isMatchW, WideChar());
+}
+
+TEST(Wildcard, Table) {
+    const auto rows = cellsOf(3, R"(
+        abc  ABC  no    a?  a  no    a  a?  no    \u00E9  ?  yes    a\u00B2  a#  no    a[b]c  a[b]c  yes    b  [b]  no
+        #  #  no    abc  ab*  yes   abc  abc*  yes    ab  abc*  no    .txt  *.txt  yes    txt  *.txt  no   a.t  a*.T  no
+        aba  ab*ba  no    abba  ab*ba  yes    ab  ab*?  no    ab  ab**  no    xy  a*?  no    abc  *d**  no
+        \e  \e  The buffer length is 0.    \e  **  The buffer length is 0.       a  \e  The pattern length is 0.
+        abc  **  Invalid pattern. : 1      axbxxxxxxxxxc  a*bxxxxxxxxx*?  Invalid pattern. : 13)");
+    for (std::size_t i = 0; i < rows.size(); i += 3) {
+        expectMatch(rows[i], rows[i + 1], rows[i + 2]);
+    }
+    EXPECT_TRUE(text::Wildcard().isMatchW(u"a\x0161\xFFFF\x0631", u"*\x0161?\x0631"));
+    EXPECT_FALSE(text::Wildcard().isMatchW(u"\x0161", u"a") || text::Wildcard().isMatchW(u"\x0131", u"#"));
+}
+
+/// The outcome by following which lengths of the text the pattern may have taken so far.
+WideString modelOutcome(const WideString& text, const WideString& pattern) {
+    std::vector<bool> taken(text.size() + 1);
+    taken[0] = true;
+    for (std::size_t i = 0; i < pattern.size(); ++i) {
+        const auto shortest = std::find(taken.begin(), taken.end(), true);
+        if (pattern[i] == u'*' && WideString(u"*?#").find(pattern.c_str()[i + 1]) != WideString::npos) {
+            return shortest >= taken.end() - 1 ? u"no" : u"Invalid pattern. : " + cellsOf(1, std::to_string(i + 1))[0];
+        }
+        for (std::size_t t = text.size() + 1; pattern[i] != u'*' && t-- > 0;) {
+            const WideChar wanted = pattern[i] == u'#' ? u'1' : pattern[i];
+            taken[t] = t > 0 && taken[t - 1] && (wanted == text[t - 1] || wanted == u'?');
+        }
+        std::fill(pattern[i] == u'*' ? shortest : taken.end(), taken.end(), true);
+    }
+    return taken[text.size()] ? u"yes" : u"no";
+}
+
+TEST(Wildcard, AgreesWithAPlainModel) {
+    std::mt19937 random(1);
+    const auto anyText = [&](const WideString& units, std::size_t length) {
+        WideString text(length, 0);
+        std::generate(text.begin(), text.end(), [&] { return units[random() % units.size()]; });
+        return text;
+    };
+    for (int round = 0; round < 30000 && !HasFailure(); ++round) {
+        WideString text = anyText(u"ab1", 1 + random() % 8), pattern = anyText(u"aabb1?#**", 1 + random() % 7);
+        if (round % 50 == 0) {  // a long text with its own parts as the pattern, spoilt a little
+            text = anyText(round % 100 == 0 ? u"aab1" : u"aaaaaaaaaaaab", 100 + random() % 150);
+            pattern = u"*" + text.substr(random() % 80, 1 + random() % 90) + u"*a*" + text.substr(random() % 100);
+            for (std::size_t spoilt = random() % 4; spoilt > 0; --spoilt) {
+                pattern[1 + random() % (pattern.size() - 1)] = u"b?#*"[random() % 4];
+            }
+        }
+        expectMatch(text, pattern, modelOutcome(text, pattern));
+    }
+}
+
+TEST(Wildcard, HostilePatternsEndAtOnce) {
+    const WideString text = WideString(1 << 20, u'a') + u"c", half(1 << 19, u'a');
+    for (const WideString& piece :
+         {WideString(u"*a"), u"*" + half, half + u"*a", u"*" + half + u"b", WideString(u"*aaaaaaa"),
+          WideString(u"*aaaaaaaaaaaa?"), WideString(u"*a?a?a?a?a?a?a?a?a?a?a?a?b")}) {
+        WideString pattern = piece;
+        for (int i = 0; i < 40 && piece.size() < 100; ++i) {
+            pattern += piece;
+        }
+        expectMatch(text, pattern + u"*c", piece.back() == u'b' ? u"no" : u"yes");
+        expectMatch(text, pattern + u"*ac*c", u"no");
+    }
+}
+
+}  // namespace
+}  // namespace moraine::test
