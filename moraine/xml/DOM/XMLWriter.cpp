@@ -204,8 +204,8 @@ bool XMLWriter::hasText() {
 }
 
 /// Makes a node the last child of the current one; whether it is the first one too, so that a start tag has waited for
-/// it. The document's first child is the declaration. Of the children that are finished only their presence counts, and whether a text is among them: one that is
-/// no text goes when the next one comes.
+/// it. The document's first child is the declaration. Of the children that are finished only their presence counts, and
+/// whether a text is among them: one that is no text goes when the next one comes.
 bool XMLWriter::adopt(std::unique_ptr<Node> node) {
     const unsigned int before = currentNode->getChildCount();
     currentNode->appendChild(node.get());
