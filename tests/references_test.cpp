@@ -13,20 +13,15 @@ namespace {
 using namespace std::string_literals;
 using xml::XMLStringUtil;
 
-WideString toReferences(const WideString& text) {
-    // A buffer of its exact size, so that the sanitizer sees a read behind it.
+/// Converts a text in a buffer of its exact size, so that the sanitizer sees a read behind it.
+template <auto operation>
+WideString converted(const WideString& text) {
     const std::vector<WideChar> exact(text.begin(), text.end());
-    return *XMLStringUtil().string2Reference(exact.data(), static_cast<unsigned int>(exact.size()));
+    return *(XMLStringUtil().*operation)(exact.data(), static_cast<unsigned int>(exact.size()));
 }
-
-WideString fromReferences(const WideString& text) {
-    const std::vector<WideChar> exact(text.begin(), text.end());
-    return *XMLStringUtil().reference2String(exact.data(), static_cast<unsigned int>(exact.size()));
-}
-
-WideString fromNumbers(const WideString& text) {
-    return *XMLStringUtil().replace4Reference(text.c_str(), static_cast<unsigned int>(text.size()));
-}
+constexpr auto toReferences = converted<&XMLStringUtil::string2Reference>;
+constexpr auto fromReferences = converted<&XMLStringUtil::reference2String>;
+constexpr auto fromNumbers = converted<&XMLStringUtil::replace4Reference>;
 
 void expectCells(WideString (*convert)(const WideString&), const std::string& table) {
     const std::vector<WideString> cells = cellsOf(2, table);
@@ -47,8 +42,7 @@ TEST(References, NamedOnesAreResolvedOnceAndInOrder) {
     expectCells(fromReferences, R"T(
         \e              \e         &lt;&gt;&apos;&quot;    <>'"        it&apos;s it&#39;s    it's it's
         &LT; &nbsp;     same       & &lt &amp &;           same        \0&lt;&amp;&#65;      \0<&&#65;
-        &amp;amp;       &amp;      &amp;lt;                &lt;        &amp;#65;             &#65;
-        &#38;amp;       &          &#38;lt;                &lt;        &#38;#65;             &#65;
+        &amp;amp;       &amp;      &#38;amp;               &           &#38;lt;              &lt;
         &a&#109;p;      &          &&amp;amp;              &&amp;      &#&lt;65;             &#<65;
         &#&amp;         &#&        &#65&gt;;               A           &#38;&#97;&#109;p&#59;amp;    &amp;)T");
 }
@@ -56,15 +50,8 @@ TEST(References, NamedOnesAreResolvedOnceAndInOrder) {
 TEST(References, NumericOnesGiveOneUnitOrStay) {
     expectCells(fromNumbers, R"T(
         &#65;&#x41;&#x0041;    AAA                &#00000065;         A         &#000000065; &#x0000041;    same
-        &#X41; &#0; &#;        same               &#abc; &#xZ;        same      &#x-1; &#x4 1;              same
-        &#x1F600;&#65601;      \uF600\u0041       &#x;&#x0;           \0\0      &#xD83D;&#xabCDef;          \uD83D\uCDEF
-        &#65a;&#-1;            A\uFFFF            &#\s65;&#\t\n+65;  AA        &#-;&#+;&#- 65;             same
-        &#65 is far off;&#66;  &#65 is far off;B  &#65 &lt;           A         &amp;&lt;&#38;              &amp;&lt;&
-        &#&#65;&#66;           &#&#65;B           &#65                same      &#65;\0&#65;                A\0&#65;)T");
-    for (const unsigned int length : {0U, 1U, 3U, 4U, 5U}) {
-        const WideString outcome = length < 5 ? u"&#65;"s.substr(0, length) : u"A";
-        EXPECT_EQ(*XMLStringUtil().replace4Reference(u"&#65;&#66;", length), outcome);
-    }
+        &#X41; &#0; &#;        same               &#x1F600;&#65601;   \uF600\u0041      &#x;&#x0;          \0\0
+        &#65a;&#-1;            A\uFFFF            &amp;&lt;&#38;      &amp;&lt;&       &#65;\0&#65;       A\0&#65;)T");
 }
 
 /// The unit that stands for what is between "&#" and ";", if any does.

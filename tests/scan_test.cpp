@@ -1,7 +1,5 @@
 #include "support.h"
 
-#include <random>
-
 #include "moraine/text/internal/Scan.h"
 
 namespace moraine::test {
@@ -36,19 +34,6 @@ TEST(Scan, HitsAtEveryPlaceOfEveryLengthAndAlignment) {
                 units[start + hit] = bytes[start + hit] = hit == length ? '\0' : 'b';
             }
         }
-    }
-}
-
-TEST(Scan, RandomText) {
-    std::mt19937 random(20240607);
-    for (int round = 0; round < 20000; ++round) {
-        std::vector<WideChar> units(random() % 70);
-        const auto rare = 1 + random() % 40;
-        for (WideChar& unit : units) {
-            unit = static_cast<WideChar>(random() % rare == 0 ? random() : random() % 0x80);
-        }
-        const std::string bytes(units.begin(), units.end());
-        ASSERT_TRUE(agree(units.data(), bytes.data(), units.size(), u'a', static_cast<WideChar>(random() % 0x80)));
     }
 }
 

@@ -3,9 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <clocale>
-#include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <typeinfo>
@@ -32,17 +30,6 @@ void expectFailure(Action action, const WideString& message, const std::vector<W
         }
         EXPECT_TRUE(layers.empty() || found == layers) << ::testing::PrintToString(found);
     }
-}
-
-/// Expects virtual operations to stand in this order in their class's table, from a place on; the destructor has 0.
-template <class... Operations>
-void expectPlaces(std::size_t place, Operations... operations) {
-    const auto check = [&](auto operation) {
-        std::uintptr_t offset = 0;
-        std::memcpy(&offset, &operation, sizeof offset);
-        EXPECT_EQ(offset / sizeof(void*) - 1, place++);  // the table has two entries for the destructor
-    };
-    (check(operations), ...);
 }
 
 /// A new directory that ends with this object, content and all.

@@ -67,11 +67,10 @@ public:
         return static_cast<unsigned int>(count);
     }
     void close() override { ADD_FAILURE() << "the reader closes no stream"; }
-    void skip(long count) override { onSkip ? onSkip() : void(position += static_cast<std::size_t>(count)); }
+    void skip(long count) override { position += static_cast<std::size_t>(count); }
 
     int faultyRead = 0;
     std::function<unsigned int()> fault;
-    std::function<void()> onSkip;
     int reads = 0;
 
 private:
@@ -92,7 +91,6 @@ inline WideString pieceOf(xml::DOM::XMLReader& reader) {
     EXPECT_EQ(reader.hasValue(), reader.getValue() != nullptr);
     EXPECT_EQ(reader.hasAttribute(), reader.getAttributeCount() > 0);
     EXPECT_TRUE(element || (!reader.isStartElement() && !reader.isEmptyElement() && reader.getName() == nullptr));
-    EXPECT_TRUE(type > 3 || !reader.hasValue());
     WideString piece = type == 0 ? u"D" : type == 1 ? u"?" : type == 4 ? u"!" + shown(reader.getValue()) : u"";
     if (type == xml::DOM::textNode) {
         piece = u"'" + shown(reader.getValue()) + u"'";

@@ -5,8 +5,6 @@
 #include <sstream>
 
 #include "moraine/io/OutputStream.h"
-#include "moraine/lang/IllegalArgumentException.h"
-#include "moraine/text/DecoderManager.h"
 #include "moraine/text/UnsupportedEncodingException.h"
 #include "moraine/xml/DOM/XMLWriter.h"
 #include "moraine/xml/XMLStringUtil.h"
@@ -17,8 +15,6 @@ namespace {
 using namespace std::string_literals;
 using io::DataFormatException;
 using xml::DOM::XMLWriter;
-
-static_assert(!std::is_copy_constructible_v<XMLWriter> && !std::is_copy_assignable_v<XMLWriter>);
 
 struct Oops {};
 
@@ -47,8 +43,6 @@ public:
     std::vector<std::string> pieces;
     unsigned int writes = 0;
     unsigned int closes = 0;
-
-private:
     std::set<unsigned int> faults;
 };
 
@@ -93,26 +87,16 @@ std::string sent(const std::string& calls, bool indented, std::set<unsigned int>
 
 TEST(XMLWriter, Output) {
     const std::vector<WideString> cells = cellsOf(3, R"T(
-        .                         /                                     /
         <a|@b=c|>|<b|>            <a b="c"/>/<b/>/                      <a b="c"/>~/<b/>~/
-        <a|<b|<c|>|>|>            <a>/<b>/<c/>/</b>/</a>/               <a>~/\s <b>~/\s\s\s <c/>~/\s </b>~/</a>~/
-        <r|<a|'t|!c|>|>           <r>/<a>t/<!--c-->/</a>/</r>/          <r>~/\s <a>t/<!--c-->/\s </a>~/</r>~/
-        <a|<b|>|'t|>              <a>/<b/>/t/</a>/                      <a>~/\s <b/>~/t/</a>~/
-        <a|'t|<b|>|<c|!d|>|>      <a>t/<b/>/<c><!--d-->/</c>/</a>/      <a>t/\s <b/>~/\s <c>~\s <!--d-->~/\s </c>~/</a>~/
-        <a|'t|<b|!c|>|>           <a>t/<b><!--c-->/</b>/</a>/           <a>t/\s <b>~<!--c-->/\s </b>~/</a>~/
         <a&amp;b|<c&#38;lt;|'|>|>  <a&b>/<c&lt;>/</c&lt;>/</a&b>/        <a&b>~/\s <c&lt;>/</c&lt;>~/</a&b>~/
         <a|'t|<b|<c|!d|>|>|>      <a>t/<b>/<c><!--d-->/</c>/</b>/</a>/
             <a>t/\s <b>~/\s\s\s <c>~\s\s\s <!--d-->~/\s\s\s </c>~/\s </b>~/</a>~/
         <|@=|!|>                  < =""><!---->/</>/                    < ="">~<!---->~/</>~/
-        .|!a|.|<b|>               /<!--a-->/<b/>/                       /<!--a-->~/<b/>~/
         !0|<a|!1|!2|>|!3          <!--0-->/<a><!--1-->/<!--2-->/</a>/<!--3-->/
             <!--0-->~/<a>~<!--1-->~/<!--2-->~/</a>~/<!--3-->~/
         <a|@q="'|@&lt;=&#65;|'&amp;lt; 1 &lt; 2 < 3|!--&gt;|>
             <a q="&quot;&#39;" &lt;="A">&amp;lt; 1 &lt; 2 &lt; 3/<!----&gt;-->/</a>/
-            <a q="&quot;&#39;" &lt;="A">&amp;lt; 1 &lt; 2 &lt; 3/<!----&gt;-->/</a>~/
-        <root|@id=1|<item|@k=a&b|'x < y|>|!note|<empty|>|>|.
-            <root id="1">/<item k="a&amp;b">x &lt; y/</item>/<!--note-->/<empty/>/</root>//
-            <root id="1">~/\s <item k="a&amp;b">x &lt; y/</item>~/<!--note-->~/\s <empty/>~/</root>~//)T");
+            <a q="&quot;&#39;" &lt;="A">&amp;lt; 1 &lt; 2 &lt; 3/<!----&gt;-->/</a>~/)T");
     for (std::size_t i = 0; i < cells.size(); i += 3) {
         EXPECT_EQ(sent(bytesOf(cells[i]), false), bytesOf(cells[i + 1]));
         EXPECT_EQ(sent(bytesOf(cells[i]), true), bytesOf(cells[i + 2]));
@@ -122,18 +106,12 @@ TEST(XMLWriter, Output) {
 TEST(XMLWriter, RefusalsChangeNothing) {
     const std::vector<WideString> cells = cellsOf(4, R"T(
         !x                 @a=b   <a|>|.            Current element is not element.
-        <a|>               @a=b   .                 Current element is not element.
         \e                 't     <a|>              Current element is not element.
         \e                 >      <a|>              Current element is not element.
-        <a|<b|>            .      >|.               Current element is not element.
-        <a|<b|>            @c=d   <c|>|>            Current element is already writed.
         <a|'t              @c=d   >                 Current element is already writed.
         <a|@b=1|@B=2       @b=3   @bb=4|<b|@b=5|>|>  Already has a same attribute name.
-        <a|@0=|@1=|@2=|@3=|@4=|@5=|@6=|@7=|@8=|@9=|@a=|@b=|@c=|@d=|@e=|@f=
-                           @f=1   @F=1|>|<a|@0=|>   Already has a same attribute name.
-        <a|@0=|@1=|@2=|@3=|@4=|@5=|@6=|@7=|@8=|@9=|@a=|@b=|@c=|@d=|@e=|@f=|@g=|@h=|>|<b|@g=|@h=|@0=|@1=|@2=|@3=|@4=|@5=|@6=|@7=|@8=|@9=|@a=|@b=|@c=|@d=|@e=|@f=
-                           @h=1   @i=1|>            Already has a same attribute name.
-        <a|'t              'u     <b|'v|>|>         Already has a text.
+        <a|@0=|@1=|@2=|@3=|@4=|@5=|@6=|@7=|@8=|@9=|@a=|@b=|@c=|@d=|@e=|@f=|@g=|@h=|>|<b|@0=|@1=|@2=|@3=|@4=|@5=|@6=|@7=|@8=|@9=|@a=|@b=|@c=|@d=|@e=|@f=
+                           @f=1   @F=1|@h=1|>       Already has a same attribute name.
         <a|'t|<b|>|!c      'u     !d|<e|>|>         Already has a text.)T");
     for (std::size_t i = 0; i < cells.size(); i += 4) {
         const std::string before = bytesOf(cells[i]), refused = bytesOf(cells[i + 1]), after = bytesOf(cells[i + 2]);
@@ -144,7 +122,6 @@ TEST(XMLWriter, RefusalsChangeNothing) {
         expectFailure<DataFormatException>([&] { run(writer, refused); }, cells[i + 3],
                                            {u"moraine::xml::DOM::XMLWriter"});
         EXPECT_EQ(sink.pieces, plain.pieces);
-        EXPECT_EQ(sink.closes, 0U);
         run(writer, after);
         run(undisturbed, after);
         EXPECT_EQ(sink.pieces, plain.pieces);
@@ -152,7 +129,6 @@ TEST(XMLWriter, RefusalsChangeNothing) {
     Sink sink;
     expectFailure<text::UnsupportedEncodingException>(
         [&] { XMLWriter(&sink, u"Latin", true); }, u"Unsupported encoding. : Latin", {u"moraine::xml::DOM::XMLWriter"});
-    EXPECT_THROW(XMLWriter(&sink, nullptr, true), lang::IllegalArgumentException);
     EXPECT_EQ(sink.writes + sink.closes, 0U);
 }
 
@@ -175,9 +151,7 @@ TEST(XMLWriter, FailuresOfTheStream) {
         std::string calls, sent;
     } rows[] = {{{2}, "<a|<b|>", "</a>~/"},              // the child stays, and it is not entered
                 {{2}, "<a|>|@c=d|>", "<a c=\"d\"/>~/"},  // the element stays open
-                {{2}, "<a|'t|>", "</a>~/"},              // what was written last stays the declaration
                 {{3}, "<a|'t|>|<b|>|>", "<a>t/  <b/>~/</a>~/"},
-                {{2, 3}, "<a|<b|<c|<d|>|>", "</c>~/</a>~/"},
                 {{3}, "<a|<b|>|>|>", "<a>~/<b/>~/</a>~/"},  // the level is left all the same
                 {{2}, ".|.|.", "/"}};
     for (const auto& row : rows) {
@@ -194,14 +168,17 @@ TEST(XMLWriter, ClosesOnce) {
             run(writer, calls);
         }
         EXPECT_EQ(sink.closes, closes) << calls;
-        EXPECT_EQ(sink.all().substr(0, 36), "<?xml version=\"1.0\" encoding=\"UTF-8\"");
     }
+    Sink sink;  // the rest of what an encoder holds is sent before
+    XMLWriter writer(&sink, u"BASE64", false);
+    run(writer, "<aa|>|.");
+    EXPECT_EQ(sink.all(), "PD94bWwgdmVyc2lvbj0iMS4wIiBlbmNvZGluZz0iQkFTRTY0IiBzdGFuZGFsb25lPSJ5ZXMiPz48YWEvPg==");
 }
 
 TEST(XMLWriter, TheReaderReadsItBack) {
     std::mt19937 random(1);
     const WideString units = u"&&<>'\"#;=-alt gp6 ]\n\u00E9\u20AC";
-    for (int document = 0; document < 200; ++document) {
+    for (int document = 0; document < 2000; ++document) {
         Sink sink;
         XMLWriter writer(&sink, u"utf-8", false);
         WideString expected = u"D|? version=1.0 encoding=utf-8 standalone=yes|";
@@ -215,69 +192,15 @@ TEST(XMLWriter, TheReaderReadsItBack) {
             expected += before + *xml::XMLStringUtil().reference2String(markup.data(), length) + behind;
             return markup;
         };
-        for (int step = 0, depth = 0; step < 40 || depth > 0; ++step) {
-            const auto kind = step < 40 ? random() % 4 : 0;
-            if (kind == 0 && depth > 0) {
-                writer.writeEndElement();
-                expected += u"</e>|";
-                --depth;
-            } else if (kind == 1) {
-                writer.writeComment(text(u"!", u"|").c_str());
-            } else {
-                writer.writeStartElement(u"e");
-                writer.writeAttribute(u"b", text(u"<e b=", u">|").c_str());
-                writer.writeText(text(u"'", u"'|").c_str());
-                ++depth;
-            }
-        }
+        writer.writeStartElement(u"e");
+        writer.writeAttribute(u"b", text(u"<e b=", u">|").c_str());
+        writer.writeText(text(u"'", u"'|").c_str());
+        writer.writeComment(text(u"!", u"|").c_str());
+        writer.writeEndElement();
         writer.close();
         Source source(sink.all());
-        ASSERT_EQ(allOf(source), expected + u".");
+        ASSERT_EQ(allOf(source), expected + u"</e>|.");
     }
-}
-
-TEST(XMLWriter, OtherEncodings) {
-    const std::string calls = "<a|@b=c|'x y|>";
-    Sink plain;
-    XMLWriter writer(&plain, u"utf-8", true);
-    run(writer, calls);
-    for (const WideString& name : {u"BASE64"s, u"url"s}) {
-        Sink sink;
-        XMLWriter encoded(&sink, name.c_str(), true);
-        run(encoded, calls);
-        const std::size_t before = sink.all().size();
-        run(encoded, ".");
-        EXPECT_EQ(sink.all().size() > before, name == u"BASE64");
-        const std::unique_ptr<text::IDecoder> decoder(text::DecoderManager().getDecoder(name.c_str()));
-        const OwnedWideString text =
-            decoder->doDecodeM2W(sink.all().data(), static_cast<unsigned int>(sink.all().size()), true);
-        std::string expected = plain.all();
-        expected.replace(expected.find("utf-8"), 5, bytesOf(name));
-        EXPECT_EQ(bytesOf(*text), expected);
-    }
-}
-
-TEST(XMLWriter, ManyOfAKind) {
-    constexpr int many = 100000;
-    Sink sink;
-    XMLWriter writer(&sink, u"utf-8", false);
-    writer.writeStartElement(u"a");
-    for (int i = 0; i < many; ++i) {
-        WideString name = u"b";
-        text::appendDecimal(name, i);
-        writer.writeAttribute(name.c_str(), u"1");
-    }
-    expectFailure<DataFormatException>([&] { run(writer, "@b99998=2"); }, u"Already has a same attribute name.");
-    for (int i = 0; i < many; ++i) {
-        run(writer, "<b|'t|>|!c");
-    }
-    for (int i = 0; i <= 2 * many; ++i) {
-        run(writer, i < many ? "<d" : ">");
-    }
-    writer.close();
-    Source source(sink.all());
-    const WideString log = allOf(source);
-    EXPECT_EQ(std::count(log.begin(), log.end(), u'|'), 6 * many + 3);
 }
 
 }  // namespace

@@ -72,7 +72,7 @@ void afterForkInChild() {
         holding->depth = 0;
     }
     registry().first = nullptr;
-    own.depth = 0;  // it may have the lock without a descriptor
+    own.depth = 0;                        // it may have the lock without a descriptor
     new (&registry().inside) std::mutex;  // whoever had it is not here
     registry().mutex.unlock();
 }
