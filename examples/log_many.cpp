@@ -1,5 +1,6 @@
 // Lets many processes and threads log at once, then looks whether every line has arrived whole.
 
+#include <algorithm>
 #include <fstream>
 #include <thread>
 #include <vector>
@@ -69,15 +70,15 @@ pid_t startProcess(const fs::path& path, const Load& load) {
 /// The number of lines of a log that are not the next one of their thread, in full; missing lines are counted too.
 unsigned long countFaults(const fs::path& path, const Load& load) {
     constexpr std::size_t timestampLength = 20;
+    const std::string prefix = "thread ";
     std::vector<unsigned long> next(load.threads);
     unsigned long faults = 0;
     std::ifstream log(path, std::ios::binary);
     for (std::string line; std::getline(log, line);) {
-        unsigned long thread = 0;
-        const bool known = line.size() > timestampLength &&
-                           std::sscanf(line.c_str() + timestampLength, "thread %lu", &thread) == 1 &&
-                           thread < load.threads;
-        if (known && line.substr(timestampLength) == messageOf(thread, next[thread]) + '\r') {
+        const bool known = line.compare(std::min(line.size(), timestampLength), prefix.size(), prefix) == 0;
+        const unsigned long thread =
+            known ? std::strtoul(line.c_str() + timestampLength + prefix.size(), nullptr, 10) : load.threads;
+        if (thread < load.threads && line.substr(timestampLength) == messageOf(thread, next[thread]) + '\r') {
             ++next[thread];
         } else {
             ++faults;

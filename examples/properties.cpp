@@ -49,7 +49,7 @@ public:
         return length;
     }
 
-    void flush() override { std::fflush(stdout); }
+    void flush() override { static_cast<void>(std::fflush(stdout)); }
     void close() override {}
 };
 

@@ -1,6 +1,7 @@
 // A server that sends a property table over TCP, and a client that reads it.
 
-#include <cstring>
+#include <cerrno>
+#include <system_error>
 
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -30,7 +31,7 @@ constexpr const char* usage = "usage: tcp_properties serve PORT NAME=VALUE...\n"
 /// What a socket cannot do is an error of the program.
 int checked(int result, const char* what) {
     if (result < 0) {
-        throw std::runtime_error(std::string(what) + ": " + std::strerror(errno));
+        throw std::runtime_error(std::string(what) + ": " + std::generic_category().message(errno));
     }
     return result;
 }
@@ -90,7 +91,7 @@ int serve(unsigned short port, int count, char** entries) {
     checked(::listen(listening, 1), "listen");
     checked(::getsockname(listening, general, &size), "getsockname");
     std::printf("%u\n", ntohs(address.sin_port));
-    std::fflush(stdout);
+    static_cast<void>(std::fflush(stdout));
 
     TCPOutputStream client(forStream(checked(::accept(listening, nullptr, nullptr), "accept")));
     // The manager does not look at how much a stream takes, so it writes to memory first.

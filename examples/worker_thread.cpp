@@ -1,5 +1,6 @@
 // Runs work on a thread of its own, and waits for its end in a way that works on every system.
 
+#include <cstring>
 #include <future>
 
 #include <pthread.h>
@@ -61,7 +62,10 @@ int program(unsigned long count) {
         return 1;
     }
     // From here on the object owns the handle and closes it. Nobody joins the thread.
-    adder.setThreadHandle(reinterpret_cast<void*>(thread));
+    void* handle = nullptr;
+    static_assert(sizeof handle == sizeof thread);
+    std::memcpy(&handle, &thread, sizeof handle);
+    adder.setThreadHandle(handle);
 
     ended.wait();
     std::printf("%s: 1 + ... + %lu = %lu\n", console::narrow(adder.getThreadName()).c_str(), count, adder.getSum());

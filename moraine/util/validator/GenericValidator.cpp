@@ -25,8 +25,8 @@ constexpr auto isLetterOrDigit = [](auto unit) { return isLetter(unit) || isDigi
 /// The index of the first unit that does not belong, or -1.
 template <class Unit, class Belongs>
 int firstOutside(View<Unit> text, Belongs belongs) {
-    const auto outside = std::find_if_not(text.begin(), text.end(), belongs);
-    return outside == text.end() ? -1 : static_cast<int>(outside - text.begin());
+    const auto index = static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), belongs) - text.begin());
+    return index == text.size() ? -1 : static_cast<int>(index);
 }
 
 template <class Unit>
