@@ -93,6 +93,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     benchmark::AddCustomContext("peers", BENCH_PEERS);
+    benchmark::AddCustomContext("compiler", BENCH_COMPILER);
     benchmark::AddCustomContext("missing", BENCH_MISSING);
     for (void (*add)() : bench::adders()) {
         add();
