@@ -65,9 +65,15 @@ void job(const std::string& name, std::size_t bytes, const std::vector<Column>& 
                 state.SkipWithError("the columns do different work");
                 return;
             }
-            const std::function<void()>& run = group->column(index).run;
+            const Column& timed = group->column(index);
+            if (timed.prepare) {
+                timed.prepare();
+            }
             for (auto _ : state) {
-                run();
+                timed.run();
+            }
+            if (timed.release) {
+                timed.release();
             }
             if (bytes != 0) {
                 state.SetBytesProcessed(static_cast<std::int64_t>(bytes) *

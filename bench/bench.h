@@ -17,6 +17,10 @@ struct Column {
     std::function<std::string()> outcome;
     /// Does the work once; this is timed. Must read what it makes, so that no compiler can leave it out.
     std::function<void()> run;
+    /// For input too large to be kept: makes it before the timed work and drops it behind that, both untimed. Neither
+    /// is called around `outcome`.
+    std::function<void()> prepare = {};
+    std::function<void()> release = {};
 };
 
 /// A column whose timed work hands over its result, which is a text or bytes.
