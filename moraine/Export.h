@@ -12,5 +12,6 @@
 #define MORAINE_API __declspec(dllimport)
 #endif
 #else
+/// Marks a class or a function that clients may use.
 #define MORAINE_API __attribute__((visibility("default")))
 #endif

@@ -7,9 +7,12 @@ namespace moraine::io {
 /// Malformed input, and a wrong order of calls on the XML writer.
 class MORAINE_API DataFormatException : public lang::Exception {
 public:
+    /// No message, and one trace line, on the terms of `Exception`.
     DataFormatException(const WideChar* className, long line) : lang::Exception(className, line) {}
+    /// Copies message and trace.
     DataFormatException(const DataFormatException& other);
     ~DataFormatException() override;
+    /// Takes over message and trace.
     DataFormatException& operator=(const DataFormatException& other);
 
 protected:

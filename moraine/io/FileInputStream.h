@@ -48,7 +48,8 @@ public:
     /// Opens a file. One that is open is closed first, as soon as the name has been found not to be null.
     /// @throws lang::IllegalArgumentException without a message, if @p name is null; the stream is as it was
     /// @throws FileNotFoundException if the file cannot be opened; the stream is not open and keeps the new name
-    /// @throws IOException if the file is a directory; it stays open
+    /// @throws IOException if the file is a directory; it stays open, and gives no bytes
+    /// @throws std::bad_alloc if there is no room for the name or a buffer
     virtual void setFileName(const WideChar* name);
 
     /// The name with its forward slashes, or null if none was ever set. It belongs to the stream and is good until
@@ -56,6 +57,7 @@ public:
     virtual const WideChar* getFileName();
 
 protected:
+    /// The name of the object's class, for failures: static text.
     virtual const WideChar* getClassName() const;
 
 private:

@@ -55,6 +55,7 @@ public:
     ///         keeps the new name
     /// @throws IOException if the file is read-only, that is, nobody may write it, and could be opened all the same;
     ///         it has been cut and stays open
+    /// @throws std::bad_alloc if there is no room for the name
     virtual void setFileName(const WideChar* name);
 
     /// The name with its forward slashes, or null if none was ever set. It belongs to the stream and is good until
@@ -62,6 +63,7 @@ public:
     virtual const WideChar* getFileName();
 
 protected:
+    /// The name of the object's class, for failures: static text.
     virtual const WideChar* getClassName() const;
 
 private:

@@ -4,16 +4,19 @@
 
 namespace moraine::io {
 
-/// A source of bytes. A stream is used by one thread at a time.
+/// A source of bytes. A stream is used by one thread at a time. What an operation throws is for the classes derived
+/// from this one to say; whoever takes an `InputStream` lets it pass.
 class MORAINE_API InputStream {
 public:
     InputStream() = default;
+    /// For classes that can be copied; there is nothing to copy here.
     InputStream(const InputStream& other) = default;
     virtual ~InputStream();
+    /// For classes that can be assigned; there is nothing to take over here.
     InputStream& operator=(const InputStream& other) = default;
 
     /// Places at most @p length bytes at @p buffer and returns how many. Fewer than asked for say nothing about what
-    /// is still to come; 0 says that no more will.
+    /// is still to come; 0 says that no more will, unless @p length is 0.
     virtual unsigned int read(char* buffer, unsigned int length) = 0;
 
     /// Ends the use of the stream.

@@ -15,8 +15,12 @@ class MORAINE_API MemoryInputStream : public InputStream {
 public:
     /// An empty stream.
     MemoryInputStream();
+    /// Copies bytes and position.
+    /// @throws std::bad_alloc if there is no room
     MemoryInputStream(const MemoryInputStream& other);
     ~MemoryInputStream() override;
+    /// Takes over copies of bytes and position.
+    /// @throws std::bad_alloc if there is no room; the stream is as it was
     MemoryInputStream& operator=(const MemoryInputStream& other);
 
     /// Copies the next bytes, as many as are left up to @p length, and moves behind them; 0 at the end.
@@ -37,6 +41,7 @@ public:
     /// Drops what has been read, keeps what has not, and appends a copy of @p length bytes, on the terms of
     /// `setBytes`. The next byte to read is then the first one held: `skip` no longer reaches what was read.
     /// The cost is that of copying the new bytes, on average over many calls.
+    /// @throws std::bad_alloc if there is no room; the stream is as it was
     void addBytes(const char* data, long length);
 
     /// The number of bytes held, read or not. Only its low 32 bits.

@@ -17,8 +17,12 @@ public:
     /// An empty stream.
     /// @throws std::bad_alloc if there is no room for the first buffer
     MemoryOutputStream();
+    /// Copies the bytes.
+    /// @throws std::bad_alloc if there is no room
     MemoryOutputStream(const MemoryOutputStream& other);
     ~MemoryOutputStream() override;
+    /// Takes over a copy of the bytes.
+    /// @throws std::bad_alloc if there is no room; the stream is as it was
     MemoryOutputStream& operator=(const MemoryOutputStream& other);
 
     /// Appends @p length bytes and returns @p length. @p data is not read when that is 0.

@@ -4,12 +4,15 @@
 
 namespace moraine::io {
 
-/// A sink of bytes. A stream is used by one thread at a time.
+/// A sink of bytes. A stream is used by one thread at a time. What an operation throws is for the classes derived
+/// from this one to say; whoever takes an `OutputStream` lets it pass.
 class MORAINE_API OutputStream {
 public:
     OutputStream() = default;
+    /// For classes that can be copied; there is nothing to copy here.
     OutputStream(const OutputStream& other) = default;
     virtual ~OutputStream();
+    /// For classes that can be assigned; there is nothing to take over here.
     OutputStream& operator=(const OutputStream& other) = default;
 
     /// Takes @p length bytes from @p data and returns how many it took.

@@ -8,9 +8,12 @@ namespace moraine::lang {
 /// reader.
 class MORAINE_API ArrayIndexOutBoundsException : public Exception {
 public:
+    /// No message, and one trace line, on the terms of `Exception`.
     ArrayIndexOutBoundsException(const WideChar* className, long line) : Exception(className, line) {}
+    /// Copies message and trace.
     ArrayIndexOutBoundsException(const ArrayIndexOutBoundsException& other);
     ~ArrayIndexOutBoundsException() override;
+    /// Takes over message and trace.
     ArrayIndexOutBoundsException& operator=(const ArrayIndexOutBoundsException& other);
 
 protected:

@@ -16,6 +16,10 @@ namespace moraine::lang {
 ///         throw;
 ///     }
 ///
+/// Where the library itself passes a failure on, it throws a copy of the class that its `catch` clause names. So what
+/// is documented as `Exception` itself, and not as a class derived from it, is taken by a handler for `Exception&`
+/// only.
+///
 /// The family does not derive from `std::exception`, so a handler for that class does not take it. All members
 /// that build text pass on `std::bad_alloc`; none throws an exception of the family. A null text argument counts as
 /// empty. An object is used by one thread at a time.
@@ -47,7 +51,8 @@ public:
     OwnedWideString getMessage();
 
     /// A new text with the whole report: the name of the object's class, " : " and the message if there is one,
-    /// "\r\n", and the trace.
+    /// "\r\n", and the trace. The name is the qualified one, but that of a plain `Exception` reads
+    /// "moraine::exception::Exception".
     OwnedWideString getTrace();
 
 protected:

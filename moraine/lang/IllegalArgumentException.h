@@ -7,9 +7,12 @@ namespace moraine::lang {
 /// An argument that cannot be used: a null where a value is needed, or input that a codec cannot decode.
 class MORAINE_API IllegalArgumentException : public Exception {
 public:
+    /// No message, and one trace line, on the terms of `Exception`.
     IllegalArgumentException(const WideChar* className, long line) : Exception(className, line) {}
+    /// Copies message and trace.
     IllegalArgumentException(const IllegalArgumentException& other);
     ~IllegalArgumentException() override;
+    /// Takes over message and trace.
     IllegalArgumentException& operator=(const IllegalArgumentException& other);
 
 protected:

@@ -7,9 +7,12 @@ namespace moraine::lang {
 /// An operation called on an object that is not ready for it.
 class MORAINE_API IllegalStateException : public Exception {
 public:
+    /// No message, and one trace line, on the terms of `Exception`.
     IllegalStateException(const WideChar* className, long line) : Exception(className, line) {}
+    /// Copies message and trace.
     IllegalStateException(const IllegalStateException& other);
     ~IllegalStateException() override;
+    /// Takes over message and trace.
     IllegalStateException& operator=(const IllegalStateException& other);
 
 protected:

@@ -9,7 +9,8 @@ namespace moraine::net {
 ///
 /// The stream owns its socket, given as its descriptor, and closes it once: in `close`, or at its own end. 0 stands for
 /// none, so a client whose socket happens to be descriptor 0 duplicates it first. One socket for two streams, one for
-/// each direction, needs a descriptor of its own for each: duplicate it. Nothing here throws. One thread at a time; one
+/// each direction, needs a descriptor of its own for each: duplicate it. Closing either of the two ends the sending
+/// direction for both, so the input stream is closed last. Nothing here throws. One thread at a time; one
 /// thread may read and another write, each through its own stream. Not copyable.
 class MORAINE_API INetworkInputStream : public io::InputStream {
 public:
@@ -35,6 +36,7 @@ public:
     virtual unsigned int getSocket();
 
 protected:
+    /// The name of the object's class, for failures: static text.
     virtual const WideChar* getClassName() const;
 
 private:

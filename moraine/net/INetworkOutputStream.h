@@ -5,7 +5,8 @@
 
 namespace moraine::net {
 
-/// A sink of bytes bound to a socket that the client has connected, on the terms of `INetworkInputStream`.
+/// A sink of bytes bound to a socket that the client has connected: who owns and closes it, what 0 means, and which
+/// threads may use it are the same as for `INetworkInputStream`.
 class MORAINE_API INetworkOutputStream : public io::OutputStream {
 public:
     /// A stream without a socket.
@@ -33,6 +34,7 @@ public:
     virtual unsigned int getSocket();
 
 protected:
+    /// The name of the object's class, for failures: static text.
     virtual const WideChar* getClassName() const;
 
 private:

@@ -32,6 +32,7 @@ public:
     unsigned int read(char* buffer, unsigned int length) override;
 
 protected:
+    /// The name of this class.
     const WideChar* getClassName() const override;
 };
 

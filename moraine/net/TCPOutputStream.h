@@ -26,6 +26,7 @@ public:
     void flush() override;
 
 protected:
+    /// The name of this class.
     const WideChar* getClassName() const override;
 };
 

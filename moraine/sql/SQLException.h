@@ -7,9 +7,12 @@ namespace moraine::sql {
 /// A failure of a database. The library itself never throws it; it is here for clients.
 class MORAINE_API SQLException : public lang::Exception {
 public:
+    /// No message, and one trace line, on the terms of `Exception`.
     SQLException(const WideChar* className, long line) : lang::Exception(className, line) {}
+    /// Copies message and trace.
     SQLException(const SQLException& other);
     ~SQLException() override;
+    /// Takes over message and trace.
     SQLException& operator=(const SQLException& other);
 
 protected:

@@ -19,8 +19,10 @@ namespace moraine::text {
 class MORAINE_API Base64Decoder : public IDecoder {
 public:
     Base64Decoder() = default;
+    /// Copies the held characters too.
     Base64Decoder(const Base64Decoder& other) = default;
     ~Base64Decoder() override;
+    /// Takes over the held characters.
     Base64Decoder& operator=(const Base64Decoder& other) = default;
 
     /// @throws lang::IllegalArgumentException with the character between apostrophes, if one is not accepted in its

@@ -13,8 +13,10 @@ namespace moraine::text {
 class MORAINE_API Base64Encoder : public IEncoder {
 public:
     Base64Encoder();
+    /// Copies the held bits too.
     Base64Encoder(const Base64Encoder& other) = default;
     ~Base64Encoder() override;
+    /// Takes over the held bits.
     Base64Encoder& operator=(const Base64Encoder& other) = default;
 
     OwnedByteString doEncode(const unsigned char* bytes, unsigned int length, bool last) override;

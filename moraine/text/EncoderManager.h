@@ -6,7 +6,7 @@
 namespace moraine::text {
 
 /// Makes encoders by name: "UTF-8", "BASE64" and "URL", in upper or lower case. There are no aliases, and blanks
-/// count. Stateless: any thread may use any manager.
+/// count. Stateless: any thread may use any manager. Both operations pass on `std::bad_alloc`.
 class MORAINE_API EncoderManager {
 public:
     /// Whether there is an encoder of this zero-terminated name.

@@ -20,8 +20,10 @@ namespace moraine::text {
 class MORAINE_API IDecoder {
 public:
     IDecoder() = default;
+    /// For classes that can be copied; there is nothing to copy here.
     IDecoder(const IDecoder& other) = default;
     virtual ~IDecoder();
+    /// For classes that can be assigned; there is nothing to take over here.
     IDecoder& operator=(const IDecoder& other) = default;
 
     /// Decodes to raw bytes.

@@ -18,8 +18,10 @@ namespace moraine::text {
 class MORAINE_API IEncoder {
 public:
     IEncoder() = default;
+    /// For classes that can be copied; there is nothing to copy here.
     IEncoder(const IEncoder& other) = default;
     virtual ~IEncoder();
+    /// For classes that can be assigned; there is nothing to take over here.
     IEncoder& operator=(const IEncoder& other) = default;
 
     /// Encodes raw bytes.

@@ -21,8 +21,10 @@ namespace moraine::text {
 class MORAINE_API StringUtil {
 public:
     StringUtil() = default;
+    /// There is no state to copy.
     StringUtil(const StringUtil& other) = default;
     virtual ~StringUtil();
+    /// There is no state to take over.
     StringUtil& operator=(const StringUtil& other) = default;
 
     /// The value of hexadecimal digits, upper-case letters only, the first digit the most significant. The low 8
@@ -37,37 +39,47 @@ public:
     /// The value of hexadecimal digits of either case, or -1 if any unit is no digit. Eight digits fill the result,
     /// so that "FFFFFFFF" is -1 as well; of more than eight the last eight count. No digit at all gives 0.
     std::int32_t hexStr2Long(const char* text, unsigned int length);
+    /// As `hexStr2Long`.
     std::int32_t hexStr2LongW(const WideChar* text, unsigned int length);
 
     /// The two upper-case hexadecimal digits of an 8-bit pattern.
     OwnedByteString toHexString(char value);
 
-    /// The four upper-case hexadecimal digits of a unit, as narrow and as wide text.
+    /// The four upper-case hexadecimal digits of a unit, as narrow text.
     OwnedByteString toHexStringW2M(WideChar value);
+    /// As `toHexStringW2M`, as wide text.
     OwnedWideString toHexStringW(WideChar value);
 
     /// A copy of the text in which each occurrence of @p search has become @p replacement. Occurrences are taken
     /// from left to right, do not overlap, and are not looked for in what was just put in. @p search and
-    /// @p replacement are zero-terminated; an empty @p search gives a plain copy.
+    /// @p replacement are zero-terminated, and null counts as empty; an empty @p search gives a plain copy.
     OwnedByteString doReplace(const char* text, unsigned int length, const char* search, const char* replacement);
+    /// As `doReplace`.
     OwnedWideString doReplaceW(const WideChar* text, unsigned int length, const WideChar* search,
                                const WideChar* replacement);
 
-    /// A copy without the spaces (0x20, and no other white-space) at the end, at the start, or at both.
+    /// A copy without the spaces (0x20, and no other white-space) at the end.
     OwnedByteString doRTrim(const char* text, unsigned int length);
+    /// A copy without the spaces (0x20, and no other white-space) at the start.
     OwnedByteString doLTrim(const char* text, unsigned int length);
+    /// A copy without the spaces (0x20, and no other white-space) at both ends.
     OwnedByteString doTrim(const char* text, unsigned int length);
+    /// As `doRTrim`.
     OwnedWideString doRTrimW(const WideChar* text, unsigned int length);
+    /// As `doLTrim`.
     OwnedWideString doLTrimW(const WideChar* text, unsigned int length);
+    /// As `doTrim`.
     OwnedWideString doTrimW(const WideChar* text, unsigned int length);
 
-    /// A copy in upper or lower case by the locale, char by char; of the same length, zero chars included.
+    /// A copy in upper case by the locale, char by char; of the same length, zero chars included.
     OwnedByteString toUpper(const char* text, unsigned int length);
+    /// As `toUpper`, in lower case.
     OwnedByteString toLower(const char* text, unsigned int length);
 
-    /// A copy in upper or lower case by the locale, unit by unit. Unlike the narrow twins, the copy ends in front of
-    /// the first zero unit.
+    /// A copy in upper case by the locale, unit by unit. Unlike that of `toUpper`, the copy ends in front of the first
+    /// zero unit.
     OwnedWideString toUpperW(const WideChar* text, unsigned int length);
+    /// As `toUpperW`, in lower case.
     OwnedWideString toLowerW(const WideChar* text, unsigned int length);
 
     /// Converts to the multibyte text of the locale. The result has exactly @p length bytes: what does not fit is

@@ -21,8 +21,10 @@ namespace moraine::text {
 class MORAINE_API URLDecoder : public IDecoder {
 public:
     URLDecoder() = default;
+    /// Copies the held bytes too.
     URLDecoder(const URLDecoder& other) = default;
     ~URLDecoder() override;
+    /// Takes over the held bytes.
     URLDecoder& operator=(const URLDecoder& other) = default;
 
     /// @throws lang::IllegalArgumentException if an escape has a bad or lower-case digit, or if @p last is true and
@@ -37,6 +39,7 @@ public:
     const WideChar* getDecodeName() const override;
 
 protected:
+    /// The name of the object's class, for failures: static text.
     virtual const WideChar* getClassName() const;
 
 private:

@@ -12,8 +12,10 @@ namespace moraine::text {
 class MORAINE_API URLEncoder : public IEncoder {
 public:
     URLEncoder() = default;
+    /// There is no state to copy.
     URLEncoder(const URLEncoder& other) = default;
     ~URLEncoder() override;
+    /// There is no state to take over.
     URLEncoder& operator=(const URLEncoder& other) = default;
 
     OwnedByteString doEncode(const unsigned char* bytes, unsigned int length, bool last) override;

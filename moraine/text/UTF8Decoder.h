@@ -21,8 +21,10 @@ namespace moraine::text {
 class MORAINE_API UTF8Decoder : public IDecoder {
 public:
     UTF8Decoder() = default;
+    /// Copies the held bytes too.
     UTF8Decoder(const UTF8Decoder& other) = default;
     ~UTF8Decoder() override;
+    /// Takes over the held bytes.
     UTF8Decoder& operator=(const UTF8Decoder& other) = default;
 
     /// A plain copy of the bytes; neither uses nor changes what is held.

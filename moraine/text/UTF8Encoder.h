@@ -12,8 +12,10 @@ namespace moraine::text {
 class MORAINE_API UTF8Encoder : public IEncoder {
 public:
     UTF8Encoder() = default;
+    /// There is no state to copy.
     UTF8Encoder(const UTF8Encoder& other) = default;
     ~UTF8Encoder() override;
+    /// There is no state to take over.
     UTF8Encoder& operator=(const UTF8Encoder& other) = default;
 
     /// A plain copy of the bytes.

@@ -7,9 +7,12 @@ namespace moraine::text {
 /// An encoding name that the library does not know.
 class MORAINE_API UnsupportedEncodingException : public lang::Exception {
 public:
+    /// No message, and one trace line, on the terms of `Exception`.
     UnsupportedEncodingException(const WideChar* className, long line) : lang::Exception(className, line) {}
+    /// Copies message and trace.
     UnsupportedEncodingException(const UnsupportedEncodingException& other);
     ~UnsupportedEncodingException() override;
+    /// Takes over message and trace.
     UnsupportedEncodingException& operator=(const UnsupportedEncodingException& other);
 
 protected:

@@ -40,8 +40,8 @@ MORAINE_API bool equal(const WideChar* left, const WideChar* right) noexcept;
 MORAINE_API std::unique_ptr<WideChar[]> copyOf(const WideChar* text);
 
 /// The number at the start of @p text, read as decimal: leading white-space (9 to 13 and 32) is skipped, then an
-/// optional sign and digits up to the first other unit count. No digit at all reads as 0. Exactly @p length units
-/// are looked at, and at most 18 digits may follow the sign.
+/// optional sign and digits up to the first other unit count. No digit at all reads as 0. No more than
+/// @p length units are looked at. At most 18 digits may follow the sign: more do not fit the result.
 MORAINE_API long decimalValue(const WideChar* text, std::size_t length) noexcept;
 
 /// Appends @p number in decimal, with a leading "-" if it is negative.

@@ -18,10 +18,11 @@ namespace moraine::text {
 /// to the text times a 64th of that part. Stateless: any thread may use any instance.
 class MORAINE_API Wildcard {
 public:
-    /// @param buffer the text under test
+    /// Whether the text @p buffer, as a whole, is what @p pattern describes.
     /// @throws lang::IllegalArgumentException "The buffer length is 0." or "The pattern length is 0.";
     ///         "Invalid pattern. : " and the position of the unit behind the star, counted from 0, if that is a
     ///         metacharacter
+    /// @throws std::bad_alloc for a part of more than 8 units between two stars, if there is no room to work
     bool isMatch(const char* buffer, const char* pattern);
 
     /// As `isMatch`. What a digit is goes by the locale.

@@ -24,8 +24,12 @@ class MORAINE_API PropertyManager {
 public:
     /// An empty table.
     PropertyManager();
+    /// Copies the table.
+    /// @throws std::bad_alloc if there is no room
     PropertyManager(const PropertyManager& other);
     virtual ~PropertyManager();
+    /// Takes over a copy of the table.
+    /// @throws std::bad_alloc if there is no room
     PropertyManager& operator=(const PropertyManager& other);
 
     /// Replaces the table by what a stream holds, up to its end. The stream is not closed. Memory does not follow the
@@ -47,7 +51,7 @@ public:
     ///         "=" where one behind it has; "Line is too long. : (N)"
     /// @throws io::IOException "The stream could not be read." if the stream says that it gave more than it was asked
     ///         for, which is how a socket says that it failed
-    /// What else the stream throws passes through.
+    /// What else the stream throws, and `std::bad_alloc`, passes through.
     void read(io::InputStream* in, const WideChar* encoding);
 
     /// Writes all entries in order, each with "\r\n" behind it. The stream is neither flushed nor closed. Names and
@@ -55,7 +59,8 @@ public:
     /// its end.
     /// @throws text::UnsupportedEncodingException if the encoding is not known
     /// @throws lang::IllegalArgumentException if @p encoding is null
-    /// What the stream throws passes through.
+    /// What the stream throws, and `std::bad_alloc`, passes through. The counts that its `write` gives are not looked
+    /// at.
     void write(io::OutputStream* out, const WideChar* encoding);
 
     /// The value of a name, or null if @p name is null or not in the table. It belongs to the table and is good until
@@ -65,11 +70,13 @@ public:
     /// Adds an entry, unless there is one of that name: then that one stays as it is. Null texts count as empty. An
     /// empty name is accepted here, and would not read back from a file.
     /// @throws io::DataFormatException "Can't use char contained in property name."
+    /// @throws std::bad_alloc if there is no room; the table is as it was
     void put(const WideChar* name, const WideChar* value);
 
     /// Removes an entry. Does nothing if @p name is null or not in the table.
     void remove(const WideChar* name);
 
+    /// Empties the table.
     void removeAll();
 
     /// The number of entries.

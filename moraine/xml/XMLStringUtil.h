@@ -13,20 +13,20 @@ class MORAINE_API XMLStringUtil {
 public:
     /// Literal text to markup: "&amp;" for `&`, "&lt;" for `<`, "&gt;" for `>`, "&#39;" for the single and "&quot;"
     /// for the double quote. Every ampersand is escaped, also one that begins a reference.
-    /// @param text exactly @p length units, which may hold zero units
+    /// Takes exactly @p length units of @p text, zero units included.
     OwnedWideString string2Reference(const WideChar* text, unsigned int length);
 
     /// Markup to literal text. "&lt;", "&gt;", "&apos;" and "&quot;" are resolved first, then numeric references in
     /// the result of that, then "&amp;" in the result of that: so `&amp;lt;` gives "&lt;", and `&#38;amp;` gives "&".
     /// The inverse of `string2Reference` for every text.
-    /// @param text exactly @p length units; numeric references behind a zero unit are left as they are
+    /// Takes exactly @p length units of @p text; numeric references behind a zero unit are left as they are.
     OwnedWideString reference2String(const WideChar* text, unsigned int length);
 
     /// Resolves numeric references alone: `&#` and up to 8 units of a decimal number, or `&#x` and up to 6
     /// hexadecimal digits, and `;`. One reference gives one unit, the low 16 bits of its number. A decimal number is
     /// read up to its first unit that is no digit, with white-space and a sign in front allowed; 0 leaves the
     /// reference in the text, while a hexadecimal 0, or no digit at all behind the `x`, gives a zero unit.
-    /// @param text zero-terminated; of it the first @p length units are converted
+    /// Takes exactly @p length units of @p text; references behind a zero unit are left as they are.
     OwnedWideString replace4Reference(const WideChar* text, unsigned int length);
 };
 

@@ -16,7 +16,7 @@ namespace moraine::util::log {
 ///
 /// The file is opened by the first `write`, which cuts an existing file to length 0, and stays open; each line is
 /// handed to the system before `write` returns. So every logger, and every run of a program, starts its file afresh,
-/// and two loggers on one file destroy each other's lines. A path set after the first successful `write` does not
+/// and two loggers on one file destroy each other's lines. A path set after the file has been opened does not
 /// redirect the log. Where the system takes no more, a full disk say, lines are lost without a word.
 ///
 /// Threads and processes. `write` may be called by any thread. One lock, named "LoggerMutex", serialises the writing of
@@ -39,7 +39,8 @@ public:
     ILogger& operator=(const ILogger& other) = delete;
 
     /// Keeps a copy of a zero-terminated path, which may be the present one, for the next `write` that opens a file:
-    /// the first one, and the one behind a failed attempt. A null path counts as empty.
+    /// the first one, and the one behind an attempt to open that failed. A null path counts as empty, which opens
+    /// no file. The path as it was stays where there is no room for the copy (`std::bad_alloc`).
     virtual void setOutputPath(const WideChar* path);
 
     /// The path as it was given, null if none was. Belongs to the logger and is good until the next `setOutputPath`.
@@ -49,13 +50,16 @@ public:
     /// @throws lang::IllegalStateException "Output path is NULL." if no path was set
     /// @throws io::FileNotFoundException, io::IOException if the file cannot be opened, on the terms of
     ///         `io::FileOutputStream::setFileName`; the next `write` tries again
-    /// What `doWriteLog` throws passes through; the lock is freed in every case.
+    /// What `doWriteLog` throws, and `std::bad_alloc`, passes through; the lock is freed in every case.
     virtual void write(const WideChar* message);
 
 protected:
+    /// The name of the object's class, for failures: static text.
     virtual const WideChar* getClassName() const;
 
-    /// Writes one line to the open file. Called by `write` with the lock held.
+    /// Writes one line to the open file and flushes it: the time, a blank, @p message, which may be null, and "\r\n".
+    /// Called by `write` with the lock held. A class derived from this one reaches the file through this operation
+    /// only, so it changes the message and passes it on, or writes elsewhere.
     virtual void doWriteLog(const WideChar* message);
 
 private:

@@ -13,23 +13,27 @@ namespace moraine::util::validator {
 /// first one fails, and success is a comparison with -1. A null text counts as empty.
 class MORAINE_API GenericValidator {
 public:
-    /// `0` to `9`
+    /// The first unit that is not one of `0` to `9`, or -1.
     int isNumber(const char* text);
+    /// As `isNumber`.
     int isNumberW(const WideChar* text);
 
-    /// `a` to `z` and `A` to `Z`
+    /// The first unit that is not one of `a` to `z` and `A` to `Z`, or -1.
     int isAlphabet(const char* text);
+    /// As `isAlphabet`.
     int isAlphabetW(const WideChar* text);
 
-    /// Below 0x80
+    /// The first unit that is not below 0x80, or -1.
     int isAscii(const char* text);
+    /// As `isAscii`.
     int isAsciiW(const WideChar* text);
 
-    /// `a` to `z`, `A` to `Z` and `0` to `9`
+    /// The first unit that is not one of `a` to `z`, `A` to `Z` and `0` to `9`, or -1.
     int isAlphaAndNum(const char* text);
+    /// As `isAlphaAndNum`.
     int isAlphaAndNumW(const WideChar* text);
 
-    /// Whether @p value is neither below @p min nor above @p max.
+    /// Whether @p value is neither below @p min nor above @p max. Never where @p min is above @p max.
     bool isRange(long min, long max, long value);
 
     /// Whether a year is a leap year of the Gregorian calendar, carried on to 0 and below.
@@ -39,8 +43,9 @@ public:
     bool isDate(int year, int month, int day);
 
     /// Whether a text has the shape of an IPv4 address: four groups of at most three digits with a "." between them, of
-    /// which the last must not be empty. The numbers are not looked at: "999.1.1.1" passes, and so does "...1".
+    /// which only the last must not be empty. The numbers are not looked at: "999.1.1.1" passes, and so does "...1".
     bool isIPv4Address(const char* text);
+    /// As `isIPv4Address`.
     bool isIPv4AddressW(const WideChar* text);
 
 private:

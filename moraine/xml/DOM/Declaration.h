@@ -8,8 +8,8 @@ namespace moraine::xml::DOM {
 ///
 /// An attribute that is added sets the field of its name, which is compared without regard to case; one that is
 /// removed puts the field back to its default, even if another of that name stays. The setters change the fields
-/// alone. The text form is made of the fields: all three, always, in the order version, encoding, standalone, with
-/// nothing escaped; other attributes, their order and children have no part in it.
+/// alone; a null text counts as empty for them. The text form is made of the fields: all three, always, in the order
+/// version, encoding, standalone, with nothing escaped; other attributes, their order and children have no part in it.
 class MORAINE_API Declaration : public Node {
 public:
     /// Version "1.0", encoding "utf-8", standalone true: the defaults.
@@ -30,6 +30,7 @@ public:
 
     /// Sets standalone to whether the zero-terminated text is "yes" in any case of letters.
     void setStandalone(const WideChar* text);
+    /// Whether the document stands alone.
     bool getStandalone();
 
     int getNodeType() override;
@@ -38,8 +39,7 @@ public:
     /// The same as `getString`.
     OwnedWideString getReferenceString() override;
 
-    /// Adds an attribute, whose name and value must be set, and takes over its value if its name is one of the three.
-    /// An absent value counts as empty.
+    /// Adds an attribute, and takes over its value if its name is one of the three. An absent value counts as empty.
     void appendAttribute(Node* attribute) override;
 
     /// As `appendAttribute`, in front of the attribute at @p index.

@@ -22,10 +22,12 @@ public:
 
     /// Notes whether the tag was written in the self-closing form. False at first.
     void setEmpty(bool isEmptyTag);
+    /// What `setEmpty` noted.
     bool isEmpty();
 
     /// Notes whether this is an end tag. False at first.
     void setEnd(bool isEndTag);
+    /// What `setEnd` noted.
     bool isEnd();
 
 protected:

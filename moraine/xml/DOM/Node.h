@@ -11,12 +11,12 @@ namespace moraine::xml::DOM {
 
 /// The kinds of nodes, as `Node::getNodeType` gives them.
 enum NodeType : int {
-    documentNode = 0,
-    declarationNode = 1,
-    elementNode = 2,
-    attrNode = 3,
-    commentNode = 4,
-    textNode = 5,
+    documentNode = 0,     ///< `Document`
+    declarationNode = 1,  ///< `Declaration`
+    elementNode = 2,      ///< `Element`
+    attrNode = 3,         ///< `Attr`
+    commentNode = 4,      ///< `Comment`
+    textNode = 5,         ///< `Text`
 };
 
 /// The base of all nodes of an XML tree.
@@ -57,7 +57,7 @@ public:
 
     /// Sets the local name from markup text: references in it are resolved, as `XMLStringUtil::reference2String` does,
     /// and the result counts up to its first zero unit. A null @p text or a @p length of 0 leaves no name.
-    /// @param text exactly @p length units; may lie in this node's own name or value
+    /// Takes exactly @p length units of @p text, which may lie in this node's own name or value.
     virtual void setLocalName(const WideChar* text, unsigned int length);
 
     /// The local name, zero-terminated, or null. Belongs to the node.
@@ -65,11 +65,13 @@ public:
 
     /// Sets the link to the parent, which may be null. Touches no list.
     virtual void setParentNode(Node* parent);
+    /// The link to the parent, null if none was set.
     virtual Node* getParentNode();
 
+    /// The number of children, null entries included.
     virtual unsigned int getChildCount();
 
-    /// Adds a child at the end.
+    /// Adds a child at the end. The cursor stays.
     virtual void appendChild(Node* child);
 
     /// Adds a child in front of the one at @p index. The cursor keeps its number.
@@ -77,6 +79,7 @@ public:
     ///         end
     virtual void insertChild(Node* child, unsigned int index);
 
+    /// The child at @p index, from 0; null for a null entry.
     /// @throws lang::ArrayIndexOutBoundsException if @p index is not below the count
     virtual Node* childAt(unsigned int index);
 
@@ -89,6 +92,7 @@ public:
     /// Destroys all children, first to last, and sets the cursor to 0.
     virtual void removeAll();
 
+    /// The number of attributes, null entries included.
     virtual unsigned int getAttributeCount();
 
     /// Adds an attribute at the end.
@@ -98,6 +102,7 @@ public:
     /// @throws lang::ArrayIndexOutBoundsException if @p index is not below the count
     virtual void insertAttribute(Node* attribute, unsigned int index);
 
+    /// The attribute at @p index, from 0; null for a null entry.
     /// @throws lang::ArrayIndexOutBoundsException if @p index is not below the count
     virtual Node* attributeAt(unsigned int index);
 

@@ -64,7 +64,8 @@ namespace moraine::xml::DOM {
 /// `doRead`, and neither closes nor destroys it.
 class MORAINE_API XMLReader {
 public:
-    /// A reader at the start of what @p stream has. The stream is not touched yet.
+    /// A reader at the start of what @p stream has. The stream is not touched yet. Until the first `doRead` the
+    /// accessors tell of a document without content.
     explicit XMLReader(io::InputStream* stream);
 
     XMLReader(const XMLReader& other) = delete;
@@ -107,6 +108,7 @@ public:
     /// Whether there is any attribute.
     bool hasAttribute();
 
+    /// The name of the attribute at @p index, from 0.
     /// @throws lang::ArrayIndexOutBoundsException if @p index is not below `getAttributeCount()`
     const WideChar* getAttributeName(unsigned int index) const;
 
@@ -115,9 +117,11 @@ public:
     const WideChar* getAttributeValue(unsigned int index) const;
 
     /// What the declaration says, from the first `doRead` on until the one that reads the first piece behind it.
-    /// @throws lang::UnsupportedOperationException before and after that
+    /// @throws lang::UnsupportedOperationException "Not parsed yet." before that, "Invalid XML data." after it
     const WideChar* getVersion() const;
+    /// As `getVersion`.
     const WideChar* getEncoding() const;
+    /// As `getVersion`.
     bool getStandalone();
 
 private:

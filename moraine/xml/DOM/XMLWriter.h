@@ -25,7 +25,8 @@ namespace moraine::xml::DOM {
 ///
 /// All text arguments are zero-terminated markup text, copied before the call returns: references in them are resolved
 /// first and written again on the way out, so `1 < 2` and `1 &lt; 2` give the same output. An element's name is written
-/// as it is. An empty text is as good as any other: `b=""`, `<!---->`. A null text counts as empty.
+/// as it is. An empty text is as good as any other: `b=""`, `<!---->`. A null text counts as empty. Nothing is
+/// validated: the writer takes names and comments that no reader would.
 ///
 /// With indentation each tag and comment stands on a line of its own that ends in "\r\n", two blanks in for each level.
 /// Text never gets a blank or a line end of its own, and what follows a text continues its line. A comment stands at
@@ -39,7 +40,8 @@ namespace moraine::xml::DOM {
 ///
 /// Failures. A call in the wrong place throws `io::DataFormatException` before anything has changed, and the writer
 /// goes on. What the stream throws passes through; what was being written then counts as begun. The destructor closes
-/// if it can, throws nothing, and releases everything.
+/// if it can, throws nothing, and releases everything. A writer that has been closed is finished: a further piece
+/// still goes to the closed stream, which may refuse it, and is not completed.
 ///
 /// A writer is used by one thread at a time and is not copyable. It borrows its stream, which must outlive it; `close`
 /// closes the stream.
@@ -66,7 +68,8 @@ public:
     /// Gives the innermost open element an attribute.
     /// @throws io::DataFormatException "Current element is not element." if no element is open; "Current element is
     ///         already writed." if it has a child already; "Already has a same attribute name." if @p name is, case
-    ///         and all, that of an attribute that it has
+    ///         and all, that of an attribute that it has. @p name is compared as it is given here, its
+    ///         references unresolved, so `a&amp;b` may be given twice
     void writeAttribute(const WideChar* name, const WideChar* value);
 
     /// Writes character data.
