@@ -1,4 +1,5 @@
-# What `cmake --install` puts where. Nothing installed holds an absolute path, so the result may be moved.
+# What `cmake --install` puts where. Nothing installed holds an absolute path, so the result may be moved. The component
+# moraine_runtime is what programs need to run, moraine_development what it takes to build them.
 
 include(CMakePackageConfigHelpers)
 
@@ -7,18 +8,19 @@ set(moraine_pkgconfig_dir "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 
 install(TARGETS moraine EXPORT moraineTargets
     LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
-    FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
+        COMPONENT moraine_runtime NAMELINK_COMPONENT moraine_development
+    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT moraine_development
+    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT moraine_runtime
+    FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT moraine_development
     INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
 
-install(EXPORT moraineTargets NAMESPACE moraine:: DESTINATION "${moraine_cmake_dir}")
+install(EXPORT moraineTargets NAMESPACE moraine:: DESTINATION "${moraine_cmake_dir}" COMPONENT moraine_development)
 configure_package_config_file(cmake/moraineConfig.cmake.in "${PROJECT_BINARY_DIR}/moraineConfig.cmake"
     INSTALL_DESTINATION "${moraine_cmake_dir}" NO_SET_AND_CHECK_MACRO NO_CHECK_REQUIRED_COMPONENTS_MACRO)
 # Until 1.0 a new minor version may break its users.
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/moraineConfigVersion.cmake" COMPATIBILITY SameMinorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/moraineConfig.cmake" "${PROJECT_BINARY_DIR}/moraineConfigVersion.cmake"
-    DESTINATION "${moraine_cmake_dir}")
+    DESTINATION "${moraine_cmake_dir}" COMPONENT moraine_development)
 
 # The way from the .pc file up to the prefix depends on how deep the library folder lies (lib, lib/x86_64-linux-gnu).
 if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
@@ -45,4 +47,4 @@ if(NOT BUILD_SHARED_LIBS)
     set(moraine_pc_private "Libs.private: ${moraine_pc_private}\n")
 endif()
 configure_file(cmake/moraine.pc.in "${PROJECT_BINARY_DIR}/moraine.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/moraine.pc" DESTINATION "${moraine_pkgconfig_dir}")
+install(FILES "${PROJECT_BINARY_DIR}/moraine.pc" DESTINATION "${moraine_pkgconfig_dir}" COMPONENT moraine_development)

@@ -30,27 +30,48 @@ add_library(moraine::moraine ALIAS moraine)
 target_sources(moraine PUBLIC FILE_SET HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${moraine_headers})
 target_compile_features(moraine PUBLIC cxx_std_17)
 target_compile_definitions(moraine PRIVATE MORAINE_BUILDING)
+
+# Programs are bound to the versions that keep their promises: before 1.0 those of one minor version.
+if(PROJECT_VERSION_MAJOR EQUAL 0)
+    set(moraine_soversion ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+else()
+    set(moraine_soversion ${PROJECT_VERSION_MAJOR})
+endif()
 set_target_properties(moraine PROPERTIES
     VERSION ${PROJECT_VERSION}
-    SOVERSION ${PROJECT_VERSION_MAJOR}
+    SOVERSION ${moraine_soversion}
     CXX_EXTENSIONS OFF
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON)
 
-find_package(Threads REQUIRED)
+find_package(Threads)
+if(NOT Threads_FOUND)
+    message(FATAL_ERROR "MoraineLib needs POSIX threads, which come with the development files of the C library (Debian "
+        "package libc6-dev).")
+endif()
 target_link_libraries(moraine PRIVATE Threads::Threads)
 
 if(NOT BUILD_SHARED_LIBS)
     target_compile_definitions(moraine PUBLIC MORAINE_STATIC)
-else()
-    # The runtime of a sanitizer is linked into the program only, so its symbols are open in a library.
-    string(TOUPPER "${CMAKE_BUILD_TYPE}" moraine_config)
-    set(moraine_flags "${CMAKE_CXX_FLAGS} ${CMAKE_CXX_FLAGS_${moraine_config}} ${CMAKE_SHARED_LINKER_FLAGS}")
-    if(NOT moraine_flags MATCHES "-fsanitize")
-        include(CheckLinkerFlag)
-        check_linker_flag(CXX "LINKER:--no-undefined" MORAINE_HAS_NO_UNDEFINED)
-        if(MORAINE_HAS_NO_UNDEFINED)
-            target_link_options(moraine PRIVATE "LINKER:--no-undefined")
-        endif()
+    return()
+endif()
+
+include(CheckLinkerFlag)
+
+# The runtime of a sanitizer is linked into the program only, so its symbols are open in a library.
+string(TOUPPER "${CMAKE_BUILD_TYPE}" moraine_config)
+set(moraine_flags "${CMAKE_CXX_FLAGS} ${CMAKE_CXX_FLAGS_${moraine_config}} ${CMAKE_SHARED_LINKER_FLAGS}")
+if(NOT moraine_flags MATCHES "-fsanitize")
+    check_linker_flag(CXX "LINKER:--no-undefined" MORAINE_HAS_NO_UNDEFINED)
+    if(MORAINE_HAS_NO_UNDEFINED)
+        target_link_options(moraine PRIVATE "LINKER:--no-undefined")
     endif()
+endif()
+
+set(moraine_version_script "${PROJECT_BINARY_DIR}/moraine.map")
+configure_file(cmake/moraine.map.in "${moraine_version_script}" @ONLY)
+check_linker_flag(CXX "LINKER:--version-script=${moraine_version_script}" MORAINE_HAS_VERSION_SCRIPT)
+if(MORAINE_HAS_VERSION_SCRIPT)
+    target_link_options(moraine PRIVATE "LINKER:--version-script=${moraine_version_script}")
+    set_property(TARGET moraine APPEND PROPERTY LINK_DEPENDS "${moraine_version_script}")
 endif()
