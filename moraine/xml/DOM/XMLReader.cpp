@@ -1,7 +1,9 @@
 #include "moraine/xml/DOM/XMLReader.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <string_view>
 
 #include "moraine/io/DataFormatException.h"
 #include "moraine/io/IOException.h"
@@ -12,8 +14,7 @@
 #include "moraine/text/internal/Scan.h"
 #include "moraine/text/UnsupportedEncodingException.h"
 #include "moraine/xml/DOM/Attr.h"
-#include "moraine/xml/DOM/Comment.h"
-#include "moraine/xml/DOM/Text.h"
+#include "moraine/xml/internal/References.h"
 #include "moraine/xml/internal/UnitCount.h"
 
 namespace moraine::xml::DOM {
@@ -24,82 +25,94 @@ using lang::message;
 /// The offset in the data of the first byte behind "<?xml" and a white-space.
 constexpr std::size_t declarationStart = 6;
 
-bool isQuote(WideChar unit) {
-    return unit == u'"' || unit == u'\'';
+/// What a unit means within a tag, as bits.
+enum UnitKind : unsigned char { white = 1, equals = 2, quote = 4, bracket = 8, ampersand = 16, zero = 32 };
+
+constexpr auto asciiKinds = [] {
+    std::array<unsigned char, 128> kinds{};
+    kinds[u' '] = kinds[u'\t'] = kinds[u'\n'] = kinds[u'\r'] = white;
+    kinds[u'='] = equals;
+    kinds[u'"'] = kinds[u'\''] = quote;
+    kinds[u'<'] = bracket;
+    kinds[u'&'] = ampersand;
+    kinds[0] = zero;
+    return kinds;
+}();
+
+unsigned int kindOf(WideChar unit) {
+    return unit < asciiKinds.size() ? asciiKinds[unit] : 0U;
 }
 
 }  // namespace
 
 XMLReader::XMLReader(io::InputStream* stream)
-    : inputStream(stream), document(std::make_unique<Document>()), currentNode(document.get()),
-      lastNode(document.get()), openNode(document.get()), textBuffer(new WideChar[blockSize]), textCapacity(blockSize) {
-}
+    : inputStream(stream), piece{documentNode, false, false, absent, absent, 0, 0}, textBuffer(new WideChar[blockSize]),
+      textCapacity(blockSize) {}
 
 XMLReader::~XMLReader() = default;
 
 bool XMLReader::doRead() {
-    if (lastNode == document.get()) {
+    if (!decoder) {
         readProlog();
         return true;
     }
-    if (lastNode == currentNode && !parseToken()) {
-        return false;
+    if (piece.type == documentNode) {
+        reportDeclaration();
+        return true;
     }
-    return advance();
+    return parseToken();
 }
 
 const WideChar* XMLReader::getName() const {
-    return currentNode->getLocalName();
+    return textAt(piece.name);
 }
 
 const WideChar* XMLReader::getValue() const {
-    return currentNode->getValue();
+    return textAt(piece.value);
 }
 
 bool XMLReader::hasValue() {
-    return getValue() != nullptr;
+    return piece.value != absent;
 }
 
 int XMLReader::getNodeType() {
-    return currentNode->getNodeType();
+    return piece.type;
 }
 
 bool XMLReader::isStartElement() {
-    return getNodeType() == elementNode && !static_cast<Element*>(currentNode)->isEnd();
+    return piece.start;
 }
 
 bool XMLReader::isEmptyElement() {
-    return getNodeType() == elementNode && static_cast<Element*>(currentNode)->isEmpty();
+    return piece.empty;
 }
 
 unsigned int XMLReader::getAttributeCount() {
-    return currentNode->getAttributeCount();
+    return static_cast<unsigned int>(attributes.size());
 }
 
 bool XMLReader::hasAttribute() {
-    return getAttributeCount() > 0;
+    return !attributes.empty();
 }
 
 const WideChar* XMLReader::getAttributeName(unsigned int index) const {
-    checkAttributeIndex(index);
-    return currentNode->attributeAt(index)->getLocalName();
+    return textAt(attributeAt(index).name);
 }
 
 const WideChar* XMLReader::getAttributeValue(unsigned int index) const {
-    checkAttributeIndex(index);
-    return currentNode->attributeAt(index)->getValue();
+    return textAt(attributeAt(index).value);
 }
 
 const WideChar* XMLReader::getVersion() const {
-    return declaration().getVersion();
+    return declared().getVersion();
 }
 
 const WideChar* XMLReader::getEncoding() const {
-    return declaration().getEncoding();
+    return declared().getEncoding();
 }
 
 bool XMLReader::getStandalone() {
-    return declaration().getStandalone();
+    return declared().getStandalone();
 }
 
 const WideChar* XMLReader::getClassName() const {
@@ -107,18 +120,28 @@ const WideChar* XMLReader::getClassName() const {
 }
 
 bool XMLReader::isWhilteSpace(WideChar c) const {
-    return c == u' ' || c == u'\n' || c == u'\r' || c == u'\t';
+    return kindOf(c) == white;
 }
 
-// The declaration is examined as bytes, since it is what tells the encoding of the rest.
+// The declaration is examined as bytes, since it is what tells the encoding of the rest. Its text stays pending until
+// the call that reports it.
 void XMLReader::readProlog() {
     const unsigned int size = readBytes();
     const std::size_t end = declarationEnd(size);
-    auto* const declaration = static_cast<Declaration*>(hang(std::make_unique<Declaration>(), document.get()));
+    declaration = std::make_unique<Declaration>();
+    const std::size_t length = end - declarationStart;
+    append(*stringUtil.toWide(byteBuffer + declarationStart, unitCount(length)));
     try {
-        const std::size_t length = end - declarationStart;
-        const OwnedWideString text = stringUtil.toWide(byteBuffer + declarationStart, unitCount(length));
-        doAttributeParse(text->data(), length, declaration, declarationStart);
+        // Here the references are resolved by the attributes themselves.
+        refuseBracket(0, length, declarationStart);
+        doAttributeParse(0, length, declarationStart,
+                         [this](std::size_t name, std::size_t nameEnd, std::size_t value, std::size_t valueEnd) {
+                             auto attribute = std::make_unique<Attr>();
+                             attribute->setLocalName(pending() + name, unitCount(nameEnd - name));
+                             attribute->setValue(pending() + value, unitCount(valueEnd - value));
+                             declaration->appendAttribute(attribute.get());
+                             attribute.release()->setParentNode(declaration.get());
+                         });
     } catch (io::DataFormatException& e) {
         lang::passOn(e, getClassName());
     }
@@ -127,11 +150,10 @@ void XMLReader::readProlog() {
         fail(u"Invalid XML declaration.");
     }
     try {
-        chooseDecoder(*declaration, size);
+        chooseDecoder(size);
     } catch (lang::Exception& e) {
         lang::passOn(e, getClassName());
     }
-    lastNode = declaration;
 }
 
 /// The offset of the "?>" that ends the declaration at the start of the first block, which has `size` bytes.
@@ -156,26 +178,34 @@ std::size_t XMLReader::declarationEnd(std::size_t size) const {
 }
 
 /// Gets the decoder and moves the stream, of which `size` bytes have been read, back to the end of the declaration.
-void XMLReader::chooseDecoder(const Declaration& declaration, unsigned int size) {
+void XMLReader::chooseDecoder(unsigned int size) {
+    const WideChar* const encoding = declaration->getEncoding();
     text::DecoderManager manager;
-    if (!manager.isSupported(declaration.getEncoding())) {
-        lang::raise<text::UnsupportedEncodingException>(
-            getClassName(), message(u"Unsupported encoding. : ", declaration.getEncoding()));
+    if (!manager.isSupported(encoding)) {
+        lang::raise<text::UnsupportedEncodingException>(getClassName(), message(u"Unsupported encoding. : ", encoding));
     }
     inputStream->skip(positionBase - static_cast<long>(size));
-    decoder.reset(manager.getDecoder(declaration.getEncoding()));
+    decoder.reset(manager.getDecoder(encoding));
 }
 
-/// Makes the node of the next token; false at the end of the data.
+void XMLReader::reportDeclaration() {
+    addAttributes(0, textLength, declarationStart);
+    report(declarationNode, absent, absent, textLength);
+}
+
+/// Reads the next token; false at the end of the data.
 bool XMLReader::parseToken() {
     if (!passWhiteSpace()) {
         return false;
     }
-    if (*pending() == u'<') {
+    found.clear();
+    // The "<" behind a text has given its place to the text's terminator.
+    if (piece.type == textNode || *pending() == u'<') {
         parseMarkup();
     } else {
         parseText();
     }
+    declaration.reset();
     return true;
 }
 
@@ -196,7 +226,9 @@ bool XMLReader::passWhiteSpace() {
         }
         if (!readBlock()) {
             endOfData = true;
-            if (lastNode->getParentNode()->getNodeType() != documentNode) {
+            // An element that is open counts as inside only if there was anything behind its tag.
+            const bool opened = piece.start && !piece.empty;
+            if (openEnds.size() > (opened ? 1U : 0U)) {
                 fail(u"Invalid element tree.");
             }
             return false;
@@ -205,14 +237,12 @@ bool XMLReader::passWhiteSpace() {
 }
 
 void XMLReader::parseText() {
-    if (openNode->getNodeType() != elementNode) {
+    if (openEnds.empty()) {
         fail(atPosition(u"Invalid text.("));
     }
-    const std::size_t end = indexOf(u'<', 1, u"Invalid EOD.(", positionBase);
-    auto text = std::make_unique<Text>();
-    text->setValue(pending(), unitCount(end));
-    lastNode = hang(std::move(text), openNode);
-    consume(end);
+    bool resolve = *pending() == u'&';
+    const std::size_t end = indexOf(u'<', u'&', resolve, 1, u"Invalid EOD.(", positionBase);
+    report(textNode, absent, terminate(0, end, resolve), end);
 }
 
 void XMLReader::parseMarkup() {
@@ -243,189 +273,215 @@ void XMLReader::parseComment() {
     if (textLength <= openingLength || pending()[2] != u'-' || pending()[3] != u'-') {
         fail(atPositionWithUnit(u"Unsupported element type.("));
     }
-    // The dashes of the opening are none of the closing, so the first ">" to look at stands two units behind them.
-    std::size_t close = openingLength + 1;
+    bool resolve = false;
+    std::size_t close = openingLength - 1;
     do {
-        close = indexOf(u'>', close + 1, u"Invalid comment.(", tokenPosition);
-    } while (pending()[close - 1] != u'-' || pending()[close - 2] != u'-');
-    auto comment = std::make_unique<Comment>();
-    comment->setValue(pending() + openingLength, unitCount(close - 2 - openingLength));
-    lastNode = hang(std::move(comment), openNode);
-    consume(close + 1);
+        close = indexOf(u'>', u'&', resolve, close + 1, u"Invalid comment.(", tokenPosition);
+        // The dashes of the opening are none of the closing.
+    } while (close < openingLength + 2 || pending()[close - 1] != u'-' || pending()[close - 2] != u'-');
+    report(commentNode, absent, terminate(openingLength, close - 2, resolve), close + 1);
 }
 
 void XMLReader::parseStartTag() {
-    const std::size_t close = indexOf(u'>', 1, u"Invalid element.(", tokenPosition);
+    bool bracketed = false;
+    const std::size_t close = indexOf(u'>', u'<', bracketed, 1, u"Invalid element.(", tokenPosition);
     if (close == 1) {
         fail(atPositionWithUnit(u"Element name not found.("));
     }
-    auto element = std::make_unique<Element>();
     const bool empty = pending()[close - 1] == u'/';
-    element->setEmpty(empty);
-    parseTag(*element, 1, empty ? close - 1 : close);
-    lastNode = hang(std::move(element), openNode);
+    const std::size_t nameLength = parseTag(1, empty ? close - 1 : close, bracketed);
     if (!empty) {
-        openNode = lastNode;
+        openNames.append(pending() + 1, nameLength);
+        openEnds.push_back(openNames.size());
     }
-    consume(close + 1);
+    report(elementNode, 1, absent, close + 1);
+    piece.start = true;
+    piece.empty = empty;
 }
 
 void XMLReader::parseEndTag() {
-    const std::size_t close = indexOf(u'>', 2, u"Invalid element.(", tokenPosition);
+    bool bracketed = false;
+    const std::size_t close = indexOf(u'>', u'<', bracketed, 2, u"Invalid element.(", tokenPosition);
     if (close == 2) {
         fail(atPositionWithUnit(u"Element name not found.("));
     }
-    auto element = std::make_unique<Element>();
-    element->setEnd(true);
-    parseTag(*element, 2, close);
-    if (openNode->getNodeType() != elementNode || !text::equal(openNode->getLocalName(), element->getLocalName())) {
+    const std::size_t nameLength = parseTag(2, close, bracketed);
+    if (openEnds.empty() || std::u16string_view(pending() + 2, nameLength) != innermostName()) {
         fail(atPosition(u"Invalid element tree.("));
     }
-    Node* const parent = openNode->getParentNode();
-    lastNode = hang(std::move(element), parent);
-    openNode = parent;
-    consume(close + 1);
+    openNames.resize(openNames.size() - nameLength);
+    openEnds.pop_back();
+    report(elementNode, 2, absent, close + 1);
 }
 
-/// Name and attributes of a tag, whose content are the pending units from `first` up to `end`.
-void XMLReader::parseTag(Element& element, std::size_t first, std::size_t end) {
-    const WideChar* const content = pending() + first;
-    const std::size_t length = end - first;
-    std::size_t nameLength = 0;
-    bool stopped = false;
-    bool bracket = false;
-    for (; nameLength < length && !isWhilteSpace(content[nameLength]); ++nameLength) {
-        const WideChar unit = content[nameLength];
-        stopped = stopped || unit == u'=' || isQuote(unit);
-        bracket = bracket || unit == u'<';
+/// Name and attributes of a tag, whose content are the pending units from `first` up to `end`; `bracketed` tells
+/// whether a "<" is among them. Returns the length of the name.
+std::size_t XMLReader::parseTag(std::size_t first, std::size_t end, bool bracketed) {
+    const WideChar* const text = pending();
+    std::size_t nameEnd = first;
+    unsigned int met = 0;
+    for (; nameEnd < end; ++nameEnd) {
+        const unsigned int kind = kindOf(text[nameEnd]);
+        if (kind == white) {
+            break;
+        }
+        met |= kind;
     }
-    const bool bare = nameLength == length;
-    if (nameLength == 0 && !bare) {
+    const bool bare = nameEnd == end;
+    if (nameEnd == first && !bare) {
         fail(atPosition(first == 1 ? u"Invalid element name.(" : u"Element name not found.("));
     }
     // A "<" is let through in a name that attributes, or at least white-space, follow.
-    if (stopped || (bare && bracket)) {
+    if ((met & (equals | quote)) != 0 || (bare && bracketed)) {
         fail(atPositionWithUnit(u"Invalid element name.("));
     }
-    element.setLocalName(content, unitCount(nameLength));
-    if (bare) {
-        return;
+    terminate(first, nameEnd, (met & ampersand) != 0);
+    if (!bare) {
+        const std::size_t passed = nameEnd + 1;
+        const long position = tokenPosition + static_cast<long>(passed - first);
+        try {
+            if (bracketed) {
+                refuseBracket(passed, end, position);
+            }
+            addAttributes(passed, end, position);
+        } catch (io::DataFormatException& e) {
+            lang::passOn(e, getClassName());
+        }
     }
-    const std::size_t passed = nameLength + 1;
-    try {
-        doAttributeParse(content + passed, length - passed, &element, tokenPosition + static_cast<long>(passed));
-    } catch (io::DataFormatException& e) {
-        lang::passOn(e, getClassName());
+    return (met & (ampersand | zero)) != 0 ? text::lengthOf(text + first) : nameEnd - first;
+}
+
+/// Fails if there is a "<" or ">" in attributes.
+void XMLReader::refuseBracket(std::size_t first, std::size_t end, long position) const {
+    const WideChar* const text = pending() + first;
+    const std::size_t length = end - first;
+    const std::size_t at = text::scan::findEither(text, length, u'<', u'>');
+    if (at < length) {
+        fail(message(u"Invalud attribute name.(", position + static_cast<long>(at), u") : '", text[at], u"'"));
     }
 }
 
-/// Hangs the attributes that stand in `text` on a node. `position` is the number of its first unit in messages.
-void XMLReader::doAttributeParse(const WideChar* text, std::size_t length, Node* node, long position) {
+/// Finds the attributes that stand in the pending units from `first` up to `end`, none of which is a "<" or ">", and
+/// calls `add` for each with where its name and value begin and end. `position` is the number of the first unit in
+/// messages.
+template <class Add>
+void XMLReader::doAttributeParse(std::size_t first, std::size_t end, long position, Add add) {
+    const WideChar* const text = pending();
     const auto failAt = [&](const WideChar* words, std::size_t at) {
-        fail(message(words, position + static_cast<long>(at), u")"));
+        fail(message(words, position + static_cast<long>(at - first), u")"));
     };
-    const auto isSpecial = [](WideChar unit) { return unit == u'=' || isQuote(unit); };
     const auto skipWhite = [&](std::size_t at) {
-        while (at < length && isWhilteSpace(text[at])) {
+        while (at < end && kindOf(text[at]) == white) {
             ++at;
         }
         return at;
     };
     const auto findSpecial = [&](std::size_t at) {
-        while (at < length && !isSpecial(text[at])) {
+        while (at < end && (kindOf(text[at]) & (equals | quote)) == 0) {
             ++at;
         }
         return at;
     };
 
-    const std::size_t bracket = text::scan::findEither(text, length, u'<', u'>');
-    if (bracket < length) {
-        fail(
-            message(u"Invalud attribute name.(", position + static_cast<long>(bracket), u") : '", text[bracket], u"'"));
-    }
-    for (std::size_t at = skipWhite(0); at < length; at = skipWhite(at)) {
-        const std::size_t nameStart = at;
+    for (std::size_t at = skipWhite(first); at < end; at = skipWhite(at)) {
+        const std::size_t name = at;
         at = findSpecial(at);
-        if (at == length) {
-            failAt(u"Invalid element.(", length);
+        if (at == end) {
+            failAt(u"Invalid element.(", end);
         }
-        if (isQuote(text[at])) {
+        if (text[at] != u'=') {
             failAt(u"Invalid attribute name.(", at);
         }
-        if (at == nameStart) {
+        if (at == name) {
             failAt(u"Attribute name not found.(", at);
         }
         std::size_t nameEnd = at;
-        while (isWhilteSpace(text[nameEnd - 1])) {
+        while (kindOf(text[nameEnd - 1]) == white) {
             --nameEnd;
         }
-        auto attribute = std::make_unique<Attr>();
-        attribute->setLocalName(text + nameStart, unitCount(nameEnd - nameStart));
 
-        const std::size_t valueStart = skipWhite(at + 1);
-        at = findSpecial(valueStart);
-        if (at == length) {
-            failAt(u"Invalid element.(", length);
+        const std::size_t opening = skipWhite(at + 1);
+        at = findSpecial(opening);
+        if (at == end) {
+            failAt(u"Invalid element.(", end);
         }
-        if (at != valueStart || !isQuote(text[at])) {
+        if (at != opening || text[at] == u'=') {
             failAt(u"Invalid attribute name.(", at);
         }
         // Two units must follow the opening quote, so an empty value cannot be the very last thing.
         const std::size_t value = at + 1;
-        const std::size_t rest = length - value;
+        const std::size_t rest = end - value;
         const std::size_t valueLength = rest < 2 ? rest : text::scan::find(text + value, rest, text[at]);
         if (valueLength == rest) {
             failAt(u"Invalid attribute value.(", at);
         }
-        attribute->setValue(text + value, unitCount(valueLength));
-        node->appendAttribute(attribute.get());
-        attribute.release()->setParentNode(node);
-        at = value + valueLength + 1;
+        at = value + valueLength;
+        add(name, nameEnd, value, at);
+        ++at;
     }
 }
 
-// Moves to the node that has not been reported yet, which is always one, and destroys what is left behind. An open
-// element survives, because the new node hangs under it; its end tag hangs beside it, and then it goes.
-bool XMLReader::advance() {
-    Node* child = currentNode->getChild();
-    while (child == nullptr) {
-        Node* const parent = currentNode->getParentNode();
-        if (parent == nullptr) {
-            return false;
-        }
-        parent->removeChild(static_cast<unsigned int>(parent->getCurrentChildIndex()));
-        currentNode = parent;
-        if (currentNode->moveToNext()) {
-            child = currentNode->getChild();
-        }
-    }
-    currentNode = child;
-    return currentNode->moveToFirst();
+/// Makes the attributes of the token that is being read.
+void XMLReader::addAttributes(std::size_t first, std::size_t end, long position) {
+    const auto hasReference = [this](std::size_t from, std::size_t to) {
+        return text::scan::find(pending() + from, to - from, u'&') < to - from;
+    };
+    doAttributeParse(first, end, position,
+                     [&](std::size_t name, std::size_t nameEnd, std::size_t value, std::size_t valueEnd) {
+                         terminate(name, nameEnd, hasReference(name, nameEnd));
+                         found.push_back({name, terminate(value, valueEnd, hasReference(value, valueEnd))});
+                     });
 }
 
-/// Makes a node the last child of `parent`.
-Node* XMLReader::hang(std::unique_ptr<Node> node, Node* parent) {
-    parent->appendChild(node.get());
-    node->setParentNode(parent);
-    return node.release();
+/// Makes a text of the pending units from `first` up to `end`, in their place. Returns its offset, or `absent` if
+/// there are none.
+std::size_t XMLReader::terminate(std::size_t first, std::size_t end, bool resolve) {
+    const unsigned int length = unitCount(end - first);
+    if (length == 0) {
+        return absent;
+    }
+    WideChar* const text = pending() + first;
+    text[length] = 0;
+    if (resolve) {
+        // No reference stands for more units than it has itself.
+        resolved.clear();
+        appendResolved(resolved, text, length, Resolve::all);
+        *std::copy(resolved.begin(), resolved.end(), text) = 0;
+    }
+    return first;
 }
 
-Declaration& XMLReader::declaration() const {
-    if (document->getChildCount() == 0) {
-        lang::raise<lang::UnsupportedOperationException>(getClassName(), u"Not parsed yet.");
-    }
-    Node* const first = document->childAt(0);
-    if (first->getNodeType() != declarationNode) {
-        lang::raise<lang::UnsupportedOperationException>(getClassName(), u"Invalid XML data.");
-    }
-    return *static_cast<Declaration*>(first);
+/// Makes the first `length` pending units, with the texts in them, what the accessors tell about.
+void XMLReader::report(int type, std::size_t name, std::size_t value, std::size_t length) {
+    attributes.swap(found);
+    piece = {type, false, false, name, value, textStart, length};
+    consume(length);
 }
 
-void XMLReader::checkAttributeIndex(unsigned int index) const {
-    const unsigned int count = currentNode->getAttributeCount();
-    if (index >= count) {
+/// The name of the innermost open element.
+std::u16string_view XMLReader::innermostName() const {
+    const std::size_t begin = openEnds.size() < 2 ? 0 : openEnds[openEnds.size() - 2];
+    return std::u16string_view(openNames).substr(begin);
+}
+
+const WideChar* XMLReader::textAt(std::size_t offset) const {
+    return offset == absent ? nullptr : textBuffer.get() + piece.begin + offset;
+}
+
+Declaration& XMLReader::declared() const {
+    if (!declaration) {
+        lang::raise<lang::UnsupportedOperationException>(getClassName(),
+                                                         decoder ? u"Invalid XML data." : u"Not parsed yet.");
+    }
+    return *declaration;
+}
+
+const XMLReader::Attribute& XMLReader::attributeAt(unsigned int index) const {
+    if (index >= attributes.size()) {
+        const auto count = static_cast<unsigned int>(attributes.size());
         lang::raise<lang::ArrayIndexOutBoundsException>(getClassName(), message(index, u" > ", count));
     }
+    return attributes[index];
 }
 
 unsigned int XMLReader::readBytes() {
@@ -444,30 +500,37 @@ bool XMLReader::readBlock() {
     return !block->empty();
 }
 
+/// Puts a block behind the pending text, in front of which the current piece stays.
 void XMLReader::append(const WideString& block) {
-    const std::size_t needed = textLength + block.size();
-    if (needed > textCapacity) {
+    const std::size_t needed = piece.length + textLength + block.size();
+    if (textStart + textLength + block.size() > textCapacity) {
         // The buffer doubles, so that the cost of a long token stays in proportion to its length.
-        const std::size_t grown = std::max(needed, textCapacity * 2);
-        std::unique_ptr<WideChar[]> room(new WideChar[grown]);
-        std::copy_n(pending(), textLength, room.get());
-        textBuffer = std::move(room);
-        textCapacity = grown;
-        textStart = 0;
-    } else if (textStart >= textLength || textStart + needed > textCapacity) {
-        // What is pending moves to the front where that is cheap, and where it must.
-        std::memmove(textBuffer.get(), pending(), textLength * sizeof(WideChar));
-        textStart = 0;
+        const std::size_t roomy = needed > textCapacity ? std::max(needed, textCapacity * 2) : 0;
+        std::unique_ptr<WideChar[]> room(roomy != 0 ? new WideChar[roomy] : nullptr);
+        WideChar* const target = room ? room.get() : textBuffer.get();
+        std::memmove(target, textBuffer.get() + piece.begin, piece.length * sizeof(WideChar));
+        std::memmove(target + piece.length, pending(), textLength * sizeof(WideChar));
+        if (room) {
+            textBuffer = std::move(room);
+            textCapacity = roomy;
+        }
+        piece.begin = 0;
+        textStart = piece.length;
     }
-    std::copy(block.begin(), block.end(), textBuffer.get() + textStart + textLength);
-    textLength = needed;
+    std::copy(block.begin(), block.end(), pending() + textLength);
+    textLength += block.size();
 }
 
-/// The index of the first `wanted` unit at or behind `from`, with as many further blocks as that takes. If the data
-/// ends first, the failure has these words and this number.
-std::size_t XMLReader::indexOf(WideChar wanted, std::size_t from, const WideChar* failure, long number) {
+/// The index of the first `wanted` unit at or behind `from`, with as many further blocks as that takes. `met` becomes
+/// true if a `noted` unit stands in front of it. If the data ends first, the failure has these words and this number.
+std::size_t XMLReader::indexOf(WideChar wanted, WideChar noted, bool& met, std::size_t from, const WideChar* failure,
+                               long number) {
     for (;;) {
-        if (from < textLength) {
+        if (!met && from < textLength) {
+            from += text::scan::findEither(pending() + from, textLength - from, wanted, noted);
+            met = from < textLength && pending()[from] == noted;
+        }
+        if (met && from < textLength) {
             from += text::scan::find(pending() + from, textLength - from, wanted);
         }
         if (from < textLength) {

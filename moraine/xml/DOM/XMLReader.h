@@ -1,14 +1,15 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
+#include <string_view>
+#include <vector>
 
 #include "moraine/Export.h"
 #include "moraine/io/InputStream.h"
 #include "moraine/text/IDecoder.h"
 #include "moraine/text/StringUtil.h"
 #include "moraine/xml/DOM/Declaration.h"
-#include "moraine/xml/DOM/Document.h"
-#include "moraine/xml/DOM/Element.h"
 
 namespace moraine::xml::DOM {
 
@@ -126,13 +127,34 @@ public:
 
 private:
     static constexpr unsigned int blockSize = 10240;
+    static constexpr std::size_t absent = static_cast<std::size_t>(-1);
+
+    /// What the accessors tell about: a token that has been read. Its texts lie where the token itself does, in
+    /// `textBuffer`, with their references resolved and a zero unit in the place of what stood behind them. Offsets
+    /// count from the token's start.
+    struct Piece {
+        int type;
+        bool start;
+        bool empty;
+        std::size_t name;   // an offset, or `absent`
+        std::size_t value;  // an offset, or `absent`
+        std::size_t begin;  // the place of the token in `textBuffer`
+        std::size_t length;
+    };
+
+    /// The offsets of the texts of one attribute.
+    struct Attribute {
+        std::size_t name;
+        std::size_t value;
+    };
 
     const WideChar* getClassName() const;
     bool isWhilteSpace(WideChar c) const;
 
     void readProlog();
     std::size_t declarationEnd(std::size_t size) const;
-    void chooseDecoder(const Declaration& declaration, unsigned int size);
+    void chooseDecoder(unsigned int size);
+    void reportDeclaration();
 
     bool parseToken();
     bool passWhiteSpace();
@@ -141,18 +163,25 @@ private:
     void parseComment();
     void parseStartTag();
     void parseEndTag();
-    void parseTag(Element& element, std::size_t first, std::size_t end);
-    void doAttributeParse(const WideChar* text, std::size_t length, Node* node, long position);
+    std::size_t parseTag(std::size_t first, std::size_t end, bool bracketed);
+    void refuseBracket(std::size_t first, std::size_t end, long position) const;
+    template <class Add>
+    void doAttributeParse(std::size_t first, std::size_t end, long position, Add add);
+    void addAttributes(std::size_t first, std::size_t end, long position);
 
-    bool advance();
-    Node* hang(std::unique_ptr<Node> node, Node* parent);
-    Declaration& declaration() const;
-    void checkAttributeIndex(unsigned int index) const;
+    std::size_t terminate(std::size_t first, std::size_t end, bool resolve);
+    void report(int type, std::size_t name, std::size_t value, std::size_t length);
+    std::u16string_view innermostName() const;
+    const WideChar* textAt(std::size_t offset) const;
+    Declaration& declared() const;
+    const Attribute& attributeAt(unsigned int index) const;
 
     unsigned int readBytes();
     bool readBlock();
     void append(const WideString& block);
-    std::size_t indexOf(WideChar wanted, std::size_t from, const WideChar* failure, long number);
+    std::size_t indexOf(WideChar wanted, WideChar noted, bool& met, std::size_t from, const WideChar* failure,
+                        long number);
+    WideChar* pending() { return textBuffer.get() + textStart; }
     const WideChar* pending() const { return textBuffer.get() + textStart; }
     void consume(std::size_t count);
 
@@ -161,14 +190,16 @@ private:
     WideString atPosition(const WideChar* words) const;
     WideString atPositionWithUnit(const WideChar* words) const;
 
-    io::InputStream* inputStream;  // borrowed
-    std::unique_ptr<Document> document;
-    Node* currentNode;  // what the accessors tell about
-    Node* lastNode;     // the newest node; `document` as long as nothing was read
-    Node* openNode;     // the innermost open element, or `document`
+    io::InputStream* inputStream;              // borrowed
+    std::unique_ptr<Declaration> declaration;  // until the first piece behind it has been read
+    Piece piece;
+    std::vector<Attribute> attributes;  // of `piece`
+    std::vector<Attribute> found;       // of the token that is being read
+    WideString openNames;               // of the open elements, outermost first
+    std::vector<std::size_t> openEnds;  // where each of these names ends
     char byteBuffer[blockSize];
     // The pending text, decoded and not yet consumed: `textLength` units from `textStart` on, of which the first is the
-    // start of the token that is being parsed.
+    // start of the token that is being parsed. In front of it the buffer keeps `piece`.
     std::unique_ptr<WideChar[]> textBuffer;
     std::size_t textCapacity;
     std::size_t textStart = 0;
@@ -176,6 +207,7 @@ private:
     long positionBase = 0;   // the length of the declaration in bytes
     long tokenPosition = 0;  // `positionBase` and the white-space that was pending in front of the token
     bool endOfData = false;
+    WideString resolved;  // the room in which references are resolved
     text::StringUtil stringUtil;
     std::unique_ptr<text::IDecoder> decoder;  // set when the declaration has been read
 };
