@@ -1,34 +1,12 @@
 #include "moraine/text/Base64Decoder.h"
 
-#include <array>
-
 #include "moraine/lang/IllegalArgumentException.h"
 #include "moraine/lang/internal/Raise.h"
-#include "moraine/text/internal/Replace.h"
+#include "moraine/text/internal/Extend.h"
+#include "moraine/text/internal/Kernels.h"
 
 namespace moraine::text {
 namespace {
-
-constexpr signed char noValue = -1;
-
-constexpr std::array<signed char, 256> makeValues() {
-    std::array<signed char, 256> values{};
-    for (signed char& value : values) {
-        value = noValue;
-    }
-    constexpr std::string_view digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    signed char next = 0;
-    for (const char c : digits) {
-        values[static_cast<unsigned char>(c)] = next++;
-    }
-    return values;
-}
-
-constexpr std::array<signed char, 256> values = makeValues();
-
-int valueOf(char c) {
-    return values[static_cast<unsigned char>(c)];
-}
 
 /// One byte as an element of the result: itself, or a unit of the same value.
 template <class Text>
@@ -36,18 +14,22 @@ typename Text::value_type element(unsigned int bits) {
     return static_cast<typename Text::value_type>(bits & 0xFF);
 }
 
+bool isLineEnd(const char* at, const char* end) {
+    return end - at >= 2 && at[0] == '\r' && at[1] == '\n';
+}
+
 }  // namespace
 
 Base64Decoder::~Base64Decoder() = default;
 
 OwnedByteString Base64Decoder::doDecode(const char* bytes, unsigned int length, bool last) {
-    return decodeGroups<ByteString>(takeGroups(bytes, length, last), last);
+    return decodeGroups<ByteString>(takeGroups(bytes, length, last));
 }
 
 OwnedWideString Base64Decoder::doDecodeM2W(const char* bytes, unsigned int length, bool last) {
-    const std::string_view groups = takeGroups(bytes, length, last);
+    const Groups groups = takeGroups(bytes, length, last);
     try {
-        return decodeGroups<WideString>(groups, last);
+        return decodeGroups<WideString>(groups);
     } catch (lang::IllegalArgumentException& e) {
         lang::passOn(e, getClassName());
     }
@@ -66,8 +48,8 @@ const WideChar* Base64Decoder::getClassName() const {
 }
 
 unsigned int Base64Decoder::getBase64Index(char c) const {
-    const int value = valueOf(c);
-    if (value == noValue) {
+    const int value = kernels::base64Value(c);
+    if (value == kernels::noBase64Value) {
         // The char is widened with its sign.
         const auto unit = static_cast<WideChar>(static_cast<signed char>(c));
         lang::raise<lang::IllegalArgumentException>(getClassName(), lang::message(u"'", unit, u"'"));
@@ -75,59 +57,83 @@ unsigned int Base64Decoder::getBase64Index(char c) const {
     return static_cast<unsigned int>(value);
 }
 
-std::string_view Base64Decoder::takeGroups(const char* bytes, unsigned int length, bool last) {
-    std::string_view cleaned = held.join(bytes, length, workText);
-    if (findText<char>(cleaned, "\r\n", 0) < cleaned.size()) {
-        workText = std::move(*replaced<char>(cleaned, "\r\n", ""));
-        cleaned = workText;
+Base64Decoder::Groups Base64Decoder::takeGroups(const char* bytes, unsigned int length, bool last) {
+    const std::string_view text = held.join(bytes, length, workText);
+    const std::size_t count = text.size() - 2 * kernels::countLineEnds(text.data(), text.size());
+    const std::size_t incomplete = count % 4;
+    if (last && incomplete != 0) {
+        lang::raise<lang::IllegalArgumentException>(getClassName());
     }
-    const std::size_t incomplete = cleaned.size() % 4;
-    if (last) {
-        if (incomplete != 0) {
-            lang::raise<lang::IllegalArgumentException>(getClassName());
+    if (last && count > 0) {
+        return {text.data(), text.data() + text.size(), count / 4 - 1, true};
+    }
+    const std::size_t kept = incomplete != 0 || count == 0 ? incomplete : 4;
+    char tail[4];
+    const char* at = text.data() + text.size();
+    for (std::size_t missing = kept; missing > 0;) {
+        if (at - text.data() >= 2 && isLineEnd(at - 2, at)) {
+            at -= 2;
+        } else {
+            tail[--missing] = *--at;
         }
-        return cleaned;
     }
-    const std::size_t kept = incomplete != 0 || cleaned.empty() ? incomplete : 4;
-    held.hold(cleaned.substr(cleaned.size() - kept));
-    cleaned.remove_suffix(kept);
-    return cleaned;
+    held.hold({tail, kept});
+    return {text.data(), at, (count - kept) / 4, false};
+}
+
+void Base64Decoder::nextGroup(Groups& groups, char* group) {
+    for (int i = 0; i < 4; ++i) {
+        while (isLineEnd(groups.at, groups.end)) {
+            groups.at += 2;
+        }
+        group[i] = *groups.at++;
+    }
+}
+
+template <class Element>
+void Base64Decoder::decodeFull(Groups& groups, std::size_t count, Element* out) const {
+    while (true) {
+        const std::size_t done = kernels::decodeBase64(groups.at, count, out);
+        groups.at += 4 * done;
+        out += 3 * done;
+        count -= done;
+        if (count == 0) {
+            return;
+        }
+        if (isLineEnd(groups.at, groups.end)) {
+            groups.at += 2;
+            continue;
+        }
+        // Either a line ends inside this group, or one of its characters has no value.
+        char group[4];
+        nextGroup(groups, group);
+        for (const char c : group) {
+            getBase64Index(c);
+        }
+        out += 3 * kernels::scalar::decodeBase64(group, 1, out);
+        --count;
+    }
 }
 
 template <class Text>
-std::unique_ptr<Text> Base64Decoder::decodeGroups(std::string_view groups, bool last) const {
-    auto result = std::make_unique<Text>(groups.size() / 4 * 3, 0);
-    auto* out = result->data();
-    const char* at = groups.data();
-    const char* const end = at + groups.size();
-    for (const char* const lastGroup = last && at < end ? end - 4 : end; at < lastGroup; at += 4, out += 3) {
-        const int a = valueOf(at[0]);
-        const int b = valueOf(at[1]);
-        const int c = valueOf(at[2]);
-        const int d = valueOf(at[3]);
-        if ((a | b | c | d) < 0) {
-            for (int i = 0; i < 4; ++i) {
-                getBase64Index(at[i]);  // throws at the first bad one
-            }
-        }
-        const auto bits = static_cast<unsigned int>(a << 18 | b << 12 | c << 6 | d);
-        out[0] = element<Text>(bits >> 16);
-        out[1] = element<Text>(bits >> 8);
-        out[2] = element<Text>(bits);
-    }
-    if (at < end) {
-        const unsigned int first = getBase64Index(at[0]) << 2;
-        const unsigned int second = getBase64Index(at[1]);
-        *out++ = element<Text>(first | second >> 4);
-        if (at[2] != '=') {
-            const unsigned int third = getBase64Index(at[2]);
-            *out++ = element<Text>(second << 4 | third >> 2);
-            if (at[3] != '=') {
-                *out++ = element<Text>(third << 6 | getBase64Index(at[3]));
+std::unique_ptr<Text> Base64Decoder::decodeGroups(Groups groups) const {
+    auto result = std::make_unique<Text>();
+    result->reserve(3 * (groups.full + (groups.closed ? 1 : 0)));
+    extendByPieces(*result, groups.full, 3, [&](auto* out, std::size_t count) { decodeFull(groups, count, out); });
+    if (groups.closed) {
+        char group[4];
+        nextGroup(groups, group);
+        const unsigned int first = getBase64Index(group[0]) << 2;
+        const unsigned int second = getBase64Index(group[1]);
+        result->push_back(element<Text>(first | second >> 4));
+        if (group[2] != '=') {
+            const unsigned int third = getBase64Index(group[2]);
+            result->push_back(element<Text>(second << 4 | third >> 2));
+            if (group[3] != '=') {
+                result->push_back(element<Text>(third << 6 | getBase64Index(group[3])));
             }
         }
     }
-    result->resize(static_cast<std::size_t>(out - result->data()));
     return result;
 }
 

@@ -42,12 +42,26 @@ private:
     /// @throws lang::IllegalArgumentException with the character between apostrophes, if it has none
     unsigned int getBase64Index(char c) const;
 
-    /// The characters to decode now, in groups of 4 behind each other: what was held and the block, without CR LF
-    /// pairs, and without what stays back, which is held from here on.
-    std::string_view takeGroups(const char* bytes, unsigned int length, bool last);
+    /// What is to be decoded now: text with CR LF pairs in it.
+    struct Groups {
+        const char* at;
+        const char* end;
+        std::size_t full;  // groups of 4 characters, of which none is padding
+        bool closed;       // whether the last group of the stream, which may be padded, stands behind those
+    };
+
+    /// What was held and the block, without what stays back, which is held from here on.
+    Groups takeGroups(const char* bytes, unsigned int length, bool last);
+
+    /// Takes the next 4 characters that are not of a CR LF pair.
+    static void nextGroup(Groups& groups, char* group);
+
+    /// Decodes the next @p count groups.
+    template <class Element>
+    void decodeFull(Groups& groups, std::size_t count, Element* out) const;
 
     template <class Text>
-    std::unique_ptr<Text> decodeGroups(std::string_view groups, bool last) const;
+    std::unique_ptr<Text> decodeGroups(Groups groups) const;
 
     HeldBytes<4> held;
     ByteString workText;  // means nothing between calls

@@ -1,5 +1,7 @@
 #include "moraine/text/Base64Encoder.h"
 
+#include "moraine/text/internal/Extend.h"
+#include "moraine/text/internal/Kernels.h"
 #include "moraine/text/StringUtil.h"
 
 namespace moraine::text {
@@ -30,38 +32,35 @@ OwnedByteString Base64Encoder::encode(const unsigned char* bytes, std::size_t le
     const std::size_t bits = pendingCount + 8 * length;
     const std::size_t leftOver = bits % 6;
     const std::size_t closing = !last || leftOver == 0 ? 0 : leftOver == 2 ? 3 : 2;
-    auto result = std::make_unique<ByteString>(bits / 6 + closing, '=');
-    char* out = result->data();
-    const unsigned char* const end = bytes + length;
-    while (bytes < end) {
-        if (pendingCount == 0) {
-            for (; end - bytes >= 3; bytes += 3, out += 4) {
-                out[0] = alphabet[bytes[0] >> 2];
-                out[1] = alphabet[(bytes[0] & 3) << 4 | bytes[1] >> 4];
-                out[2] = alphabet[(bytes[1] & 15) << 2 | bytes[2] >> 6];
-                out[3] = alphabet[bytes[2] & 63];
-            }
-            if (bytes == end) {
-                break;
-            }
-        }
-        // One byte by itself: it ends the value that is pending and begins the next one.
-        pendingCount += 2;
-        *out++ = alphabet[pendingBits | static_cast<unsigned int>(*bytes) >> pendingCount];
-        pendingBits = (*bytes & ((1U << pendingCount) - 1)) << (6 - pendingCount);
-        if (pendingCount == 6) {
-            *out++ = alphabet[pendingBits];
-            clear();
-        }
-        ++bytes;
+    auto result = std::make_unique<ByteString>();
+    result->reserve(bits / 6 + closing);
+    for (; pendingCount != 0 && length > 0; --length) {
+        encodeByte(*bytes++, *result);
+    }
+    extendByPieces(*result, length / 3, 4, [&](char* out, std::size_t groups) {
+        kernels::encodeBase64(bytes, groups, out);
+        bytes += 3 * groups;
+    });
+    for (length %= 3; length > 0; --length) {
+        encodeByte(*bytes++, *result);
     }
     if (last) {
-        if (pendingCount != 0) {
-            *out = alphabet[pendingBits];
+        if (closing != 0) {
+            result->append(1, alphabet[pendingBits]).append(closing - 1, '=');
         }
         clear();
     }
     return result;
+}
+
+void Base64Encoder::encodeByte(unsigned int byte, ByteString& result) {
+    pendingCount += 2;
+    result += alphabet[pendingBits | byte >> pendingCount];
+    pendingBits = (byte & ((1U << pendingCount) - 1)) << (6 - pendingCount);
+    if (pendingCount == 6) {
+        result += alphabet[pendingBits];
+        clear();
+    }
 }
 
 }  // namespace moraine::text

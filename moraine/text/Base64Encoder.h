@@ -31,6 +31,9 @@ public:
 private:
     OwnedByteString encode(const unsigned char* bytes, std::size_t length, bool last);
 
+    /// Encodes one byte by itself: it ends the value that is pending and begins the next one.
+    void encodeByte(unsigned int byte, ByteString& result);
+
     // Indexes 0 to 63 are the digits, 64 is the padding.
     const char* alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/=";
     unsigned int pendingBits = 0;   // already at their place in the next 6-bit value

@@ -40,7 +40,7 @@ public:
 private:
     const WideChar* getClassName() const;
 
-    /// Decodes one joined block, zero units and all; holds or refuses an incomplete sequence at its end.
+    /// Decodes one joined block up to its first zero unit; holds or refuses an incomplete sequence at its end.
     OwnedWideString doDecProcM2W(std::string_view bytes, bool last);
 
     HeldBytes<4> held;
