@@ -185,7 +185,7 @@ void addJob(const std::string& name, const Source<Unit>& source, Operation opera
     bench::job(name, jobSize, columns);
 }
 
-/// Words of small letters, with a mark between two of them every `distance` chars or so.
+/// Words that begin with a capital, with a mark between two of them every `distance` chars or so.
 std::string words(std::size_t size, std::size_t distance, std::string_view mark) {
     std::string text;
     std::size_t next = distance / 2;
@@ -195,7 +195,8 @@ std::string words(std::size_t size, std::size_t distance, std::string_view mark)
             text += mark;
             next = text.size() + distance / 2 + (number >> 16) % distance;
         }
-        for (unsigned int i = 0; i < 2 + (number >> 20) % 9; ++i) {
+        text += "ETAOINSHRDLU"[number / 7 % 12];
+        for (unsigned int i = 0; i < 1 + (number >> 20) % 9; ++i) {
             text += "etaoinshrdlu"[(number >> (8 + i)) % 12];
         }
         text += ' ';

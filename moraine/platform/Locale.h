@@ -10,6 +10,9 @@
 
 namespace moraine::platform {
 
+/// Whether the locale is the default one, "C", which knows the letters and digits of ASCII and no others.
+bool isDefaultLocale() noexcept;
+
 /// The upper-case form of @p unit, or @p unit where it has none that fits 16 bits.
 WideChar toUpper(WideChar unit) noexcept;
 

@@ -64,19 +64,22 @@ std::unique_ptr<std::basic_string<Unit>> trimmed(std::basic_string_view<Unit> te
     return std::make_unique<std::basic_string<Unit>>(text);
 }
 
-template <class Conversion>
-OwnedByteString convertedChars(const char* text, unsigned int length, Conversion convert) {
-    auto result = std::make_unique<ByteString>(text, length);
-    for (char& c : *result) {
-        c = static_cast<char>(convert(static_cast<unsigned char>(c)));
+/// Copies the text with each unit converted. In the default locale the letters from `first` to `last`, which are all
+/// that change, differ from their other case by one bit; `convert` asks any other locale.
+template <class Unit, class Conversion>
+std::unique_ptr<std::basic_string<Unit>> inOtherCase(std::basic_string_view<Unit> text, char first, char last,
+                                                     Conversion convert) {
+    auto result = std::make_unique<std::basic_string<Unit>>(text);
+    if (platform::isDefaultLocale()) {
+        const auto from = static_cast<Unit>(first);
+        const auto count = static_cast<unsigned int>(last - first + 1);
+        for (Unit& unit : *result) {
+            const bool changes = static_cast<std::make_unsigned_t<Unit>>(unit - from) < count;
+            unit = static_cast<Unit>(unit ^ (changes ? 0x20 : 0));
+        }
+    } else {
+        std::transform(text.begin(), text.end(), result->begin(), convert);
     }
-    return result;
-}
-
-template <class Conversion>
-OwnedWideString convertedUnits(const WideChar* text, unsigned int length, Conversion convert) {
-    auto result = std::make_unique<WideString>(text, scan::find(text, length, 0));
-    std::transform(result->begin(), result->end(), result->begin(), convert);
     return result;
 }
 
@@ -172,19 +175,21 @@ OwnedWideString StringUtil::doTrimW(const WideChar* text, unsigned int length) {
 }
 
 OwnedByteString StringUtil::toUpper(const char* text, unsigned int length) {
-    return convertedChars(text, length, [](int c) { return std::toupper(c); });
+    const auto convert = [](char c) { return static_cast<char>(std::toupper(static_cast<unsigned char>(c))); };
+    return inOtherCase<char>({text, length}, 'a', 'z', convert);
 }
 
 OwnedByteString StringUtil::toLower(const char* text, unsigned int length) {
-    return convertedChars(text, length, [](int c) { return std::tolower(c); });
+    const auto convert = [](char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); };
+    return inOtherCase<char>({text, length}, 'A', 'Z', convert);
 }
 
 OwnedWideString StringUtil::toUpperW(const WideChar* text, unsigned int length) {
-    return convertedUnits(text, length, platform::toUpper);
+    return inOtherCase<WideChar>({text, scan::find(text, length, 0)}, 'a', 'z', platform::toUpper);
 }
 
 OwnedWideString StringUtil::toLowerW(const WideChar* text, unsigned int length) {
-    return convertedUnits(text, length, platform::toLower);
+    return inOtherCase<WideChar>({text, scan::find(text, length, 0)}, 'A', 'Z', platform::toLower);
 }
 
 OwnedByteString StringUtil::toMulti(const WideChar* text, unsigned int length) {

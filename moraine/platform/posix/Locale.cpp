@@ -1,9 +1,12 @@
 #include "moraine/platform/Locale.h"
 
 #include <climits>
+#include <clocale>
 #include <cstring>
 #include <cwchar>
 #include <cwctype>
+
+#include <locale.h>
 
 namespace moraine::platform {
 namespace {
@@ -13,6 +16,11 @@ WideChar fitting(std::wint_t converted, WideChar unit) noexcept {
 }
 
 }  // namespace
+
+bool isDefaultLocale() noexcept {
+    // A thread may have a locale of its own.
+    return ::uselocale(nullptr) == LC_GLOBAL_LOCALE && std::strcmp(std::setlocale(LC_CTYPE, nullptr), "C") == 0;
+}
 
 WideChar toUpper(WideChar unit) noexcept {
     return fitting(std::towupper(unit), unit);
