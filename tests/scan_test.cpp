@@ -31,10 +31,30 @@ TEST(Scan, HitsAtEveryPlaceOfEveryLengthAndAlignment) {
                 bytes[start + hit] = static_cast<char>(other);
                 ASSERT_TRUE(agree(&units[start], &bytes[start], length, other, u'&')) << start << " + " << length;
                 ASSERT_EQ(scan::findEither(&units[start], length, u'&', other), hit);
+                ASSERT_EQ(scan::lengthOf(&units[start]), other == 0 ? hit : length);
                 units[start + hit] = bytes[start + hit] = hit == length ? '\0' : 'b';
             }
         }
     }
+}
+
+TEST(Scan, PlacesInABlock) {
+    const auto check = [](auto unit) {
+        using Unit = decltype(unit);
+        std::vector<Unit> one(scan::blockSize, 'a'), other(one);
+        for (unsigned int i = 0; i < 1 << scan::blockSize; i += i < 99 ? 1 : 97) {
+            for (std::size_t place = 0; place < scan::blockSize; ++place) {
+                other[place] = static_cast<Unit>(i >> place & 1 ? (place % 2 != 0 ? 0xFF61 : 0x80) : 'a');
+            }
+            const unsigned int same = scan::equalTo(other.data(), Unit('a'));
+            EXPECT_TRUE(
+                scan::differing(one.data(), other.data()) == scan::scalar::differing(one.data(), other.data()) &&
+                same == scan::scalar::equalTo(other.data(), Unit('a')) && (sizeof(unit) == 1 || same == (i ^ 0xFFFF)))
+                << i;
+        }
+    };
+    check(char());
+    check(WideChar());
 }
 
 }  // namespace

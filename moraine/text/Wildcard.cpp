@@ -16,9 +16,12 @@ namespace {
 template <class Unit>
 using View = std::basic_string_view<Unit>;
 
-template <class Unit>
-View<Unit> view(const Unit* text) {
-    return text == nullptr ? View<Unit>() : View<Unit>(text);
+View<char> view(const char* text) {
+    return text == nullptr ? View<char>() : View<char>(text);
+}
+
+View<WideChar> view(const WideChar* text) {
+    return {text, lengthOf(text)};
 }
 
 bool isDigit(char unit) {
@@ -26,7 +29,8 @@ bool isDigit(char unit) {
 }
 
 bool isDigit(WideChar unit) {
-    return platform::isDigit(unit);
+    // What the locale is asked for costs more than all else; ASCII has its ten digits in each.
+    return unit < 0x80 ? unit >= u'0' && unit <= u'9' : platform::isDigit(unit);
 }
 
 template <class Unit>
@@ -40,10 +44,22 @@ bool takes(Unit pattern, Unit unit) {
     return pattern == '?' || (pattern == '#' ? isDigit(unit) : pattern == unit);
 }
 
-/// Whether a pattern without stars takes a text of its own length.
+/// Whether a pattern without stars takes a text of its own length. Units that are equal need no look, but for `#`,
+/// which does not take itself.
 template <class Unit>
 bool takesAll(View<Unit> pattern, const Unit* text) {
-    return std::equal(pattern.begin(), pattern.end(), text, takes<Unit>);
+    std::size_t at = 0;
+    for (; pattern.size() - at >= scan::blockSize; at += scan::blockSize) {
+        unsigned int open =
+            scan::differing(pattern.data() + at, text + at) | scan::equalTo(pattern.data() + at, Unit('#'));
+        for (; open != 0; open &= open - 1) {
+            const std::size_t place = at + static_cast<std::size_t>(__builtin_ctz(open));
+            if (!takes(pattern[place], text[place])) {
+                return false;
+            }
+        }
+    }
+    return std::equal(pattern.begin() + static_cast<std::ptrdiff_t>(at), pattern.end(), text + at, takes<Unit>);
 }
 
 /// The index behind the first occurrence of a run of literals at or behind `from`; `npos` if there is none. Where a
@@ -204,15 +220,12 @@ bool Wildcard::matches(const Unit* buffer, const Unit* pattern) const {
         lang::raise<lang::IllegalArgumentException>(getClassName(), u"The pattern length is 0.");
     }
     // Up to the first star unit stands against unit.
-    std::size_t at = 0;
-    while (at < text.size() && at < rule.size() && rule[at] != '*') {
-        if (!takes(rule[at], text[at])) {
-            return false;
-        }
-        ++at;
+    std::size_t star = findUnit(rule.data(), rule.size(), Unit('*'));
+    if (text.size() < star || !takesAll(rule.substr(0, star), text.data())) {
+        return false;
     }
+    std::size_t at = star;
     // Between two stars the first occurrence is as good as any; behind the last one the end of the text decides.
-    std::size_t star = at;
     while (at < text.size() && star < rule.size()) {
         const View<Unit> rest = rule.substr(star + 1);
         if (rest.empty()) {

@@ -27,6 +27,38 @@ inline std::size_t find(const WideChar* text, std::size_t length, WideChar wante
     return at;
 }
 
+/// The number of units in front of the terminator.
+inline std::size_t lengthOf(const WideChar* text) noexcept {
+    std::size_t length = 0;
+    while (text[length] != 0) {
+        ++length;
+    }
+    return length;
+}
+
+/// The number of units that `differing` and `equalTo` look at.
+constexpr std::size_t blockSize = 16;
+
+/// The places among 16 units at which two texts differ: bit N for unit N.
+template <class Unit>
+unsigned int differing(const Unit* one, const Unit* other) noexcept {
+    unsigned int places = 0;
+    for (unsigned int i = 0; i < blockSize; ++i) {
+        places |= static_cast<unsigned int>(one[i] != other[i]) << i;
+    }
+    return places;
+}
+
+/// The places among 16 units that hold @p wanted: bit N for unit N.
+template <class Unit>
+unsigned int equalTo(const Unit* text, Unit wanted) noexcept {
+    unsigned int places = 0;
+    for (unsigned int i = 0; i < blockSize; ++i) {
+        places |= static_cast<unsigned int>(text[i] == wanted) << i;
+    }
+    return places;
+}
+
 /// The index of the first unit equal to one of two, or @p length if there is none.
 inline std::size_t findEither(const WideChar* text, std::size_t length, WideChar one, WideChar other) noexcept {
     std::size_t at = 0;
@@ -70,6 +102,8 @@ inline std::size_t narrowAscii(const WideChar* text, std::size_t length, char* t
 
 }  // namespace scalar
 
+using scalar::blockSize;
+
 #if defined(__SSE2__)
 
 // Each twin takes whole registers while they fit and leaves the rest, and the exact place of a hit, to the scalar
@@ -94,6 +128,46 @@ inline std::size_t find(const WideChar* text, std::size_t length, WideChar wante
         }
     }
     return at + scalar::find(text + at, length - at, wanted);
+}
+
+/// Loads from aligned addresses, so that none reaches into a page that the text does not touch; what it reads beside
+/// the text does not count.
+[[gnu::no_sanitize_address]] inline std::size_t lengthOf(const WideChar* text) noexcept {
+    const std::size_t before = reinterpret_cast<std::uintptr_t>(text) % 16 / sizeof(WideChar);
+    const auto* block = reinterpret_cast<const __m128i*>(text - before);
+    const auto zeros = [](const __m128i* units) {
+        return static_cast<unsigned int>(
+            _mm_movemask_epi8(_mm_cmpeq_epi16(_mm_load_si128(units), _mm_setzero_si128())));
+    };
+    unsigned int mask = zeros(block) >> 2 * before << 2 * before;
+    while (mask == 0) {
+        mask = zeros(++block);
+    }
+    return static_cast<std::size_t>(reinterpret_cast<const WideChar*>(block) - text) + firstHit(static_cast<int>(mask));
+}
+
+/// A bit for each of 16 comparisons of bytes.
+inline unsigned int bitsOf(__m128i comparison) noexcept {
+    return static_cast<unsigned int>(_mm_movemask_epi8(comparison));
+}
+
+inline unsigned int differing(const char* one, const char* other) noexcept {
+    return bitsOf(_mm_cmpeq_epi8(load(one), load(other))) ^ 0xFFFF;
+}
+
+inline unsigned int differing(const WideChar* one, const WideChar* other) noexcept {
+    return bitsOf(_mm_packs_epi16(_mm_cmpeq_epi16(load(one), load(other)),
+                                  _mm_cmpeq_epi16(load(one + 8), load(other + 8)))) ^
+           0xFFFF;
+}
+
+inline unsigned int equalTo(const char* text, char wanted) noexcept {
+    return bitsOf(_mm_cmpeq_epi8(load(text), _mm_set1_epi8(wanted)));
+}
+
+inline unsigned int equalTo(const WideChar* text, WideChar wanted) noexcept {
+    const __m128i pattern = _mm_set1_epi16(static_cast<short>(wanted));
+    return bitsOf(_mm_packs_epi16(_mm_cmpeq_epi16(load(text), pattern), _mm_cmpeq_epi16(load(text + 8), pattern)));
 }
 
 inline std::size_t findEither(const WideChar* text, std::size_t length, WideChar one, WideChar other) noexcept {
@@ -160,9 +234,12 @@ inline std::size_t narrowAscii(const WideChar* text, std::size_t length, char* t
 
 #else
 
+using scalar::differing;
+using scalar::equalTo;
 using scalar::find;
 using scalar::findEither;
 using scalar::findReserved;
+using scalar::lengthOf;
 using scalar::narrowAscii;
 using scalar::widenAscii;
 
