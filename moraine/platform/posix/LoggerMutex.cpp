@@ -1,6 +1,7 @@
 #include "moraine/platform/LoggerMutex.h"
 
 #include <cerrno>
+#include <ctime>
 #include <mutex>
 #include <new>
 
@@ -24,13 +25,14 @@ constexpr int none = -1;
 /// What one thread has of the lock. Plain data, so that it outlives every destructor of the thread.
 struct Holding {
     int descriptor;
-    int depth;    // how often the thread has taken the lock
-    bool ending;  // the thread's objects are going: nothing closes the descriptor later
+    int depth;         // how often the thread has taken the lock
+    bool ending;       // the thread's objects are going: nothing closes the descriptor later
+    timespec checked;  // when the file was last seen to have its name
     Holding* previous;
     Holding* next;
 };
 
-thread_local Holding own{none, 0, false, nullptr, nullptr};
+thread_local Holding own{none, 0, false, {}, nullptr, nullptr};
 
 /// All holdings with a descriptor, so that a forked child can close those of the threads that it does not have.
 struct Registry {
@@ -123,6 +125,7 @@ int openLockFile() noexcept {
 bool enlist(Holding& holding) noexcept {
     const std::lock_guard<std::mutex> guard(registry().mutex);
     holding.descriptor = openLockFile();
+    holding.checked = {};
     if (holding.descriptor == none) {
         return false;
     }
@@ -135,10 +138,20 @@ bool enlist(Holding& holding) noexcept {
     return true;
 }
 
-/// Whether the file still has its name. One that was cleaned away locks out nobody.
-bool isInPlace(int descriptor) noexcept {
+/// Whether the file still has its name. One that was cleaned away locks out nobody. The system is asked once in a tick
+/// of its coarse clock, that is, in some milliseconds: to ask for every line would cost a quarter of writing the line.
+bool isInPlace(Holding& holding) noexcept {
+    timespec now{};
+    ::clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    if (now.tv_sec == holding.checked.tv_sec && now.tv_nsec == holding.checked.tv_nsec) {
+        return true;
+    }
     struct stat status;
-    return ::fstat(descriptor, &status) == 0 && status.st_nlink > 0;
+    if (::fstat(holding.descriptor, &status) != 0 || status.st_nlink == 0) {
+        return false;
+    }
+    holding.checked = now;
+    return true;
 }
 
 bool lockRepeatedly(int descriptor) noexcept {
@@ -161,7 +174,7 @@ void acquire() noexcept {
                 atThreadEnd.armed = true;  // makes the object, whose end is what counts
             }
         }
-        if (!lockRepeatedly(own.descriptor) || isInPlace(own.descriptor)) {
+        if (!lockRepeatedly(own.descriptor) || isInPlace(own)) {
             return;
         }
         giveUp(own);

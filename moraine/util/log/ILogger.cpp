@@ -49,7 +49,10 @@ const WideChar* ILogger::getClassName() const {
 
 void ILogger::doWriteLog(const WideChar* message) {
     stamp();
-    const WideString line = lang::message(timestamp, u" ", message, u"\r\n");
+    const std::size_t messageLength = text::lengthOf(message);
+    WideString line;
+    line.reserve(timestampLength + 1 + messageLength + 2);
+    line.append(timestamp, timestampLength).append(1, u' ').append(message, messageLength).append(u"\r\n", 2);
     try {
         const auto length = static_cast<unsigned int>(line.size());
         const OwnedByteString bytes = encoder.doEncodeW2M(line.data(), length, true);
