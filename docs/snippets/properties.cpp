@@ -1,0 +1,67 @@
+// The examples of docs/properties.md.
+
+#include "tests/support.h"
+
+#include <algorithm>
+
+#include <moraine/io/DataFormatException.h>
+#include <moraine/io/FileInputStream.h>
+#include <moraine/io/FileOutputStream.h>
+#include <moraine/util/PropertyManager.h>
+
+using namespace moraine;
+
+namespace {
+
+//! [small-pieces]
+/// Hands out what another stream has in pieces that leave a PropertyManager room for the rest of a line.
+class SmallPieces : public io::InputStream {
+public:
+    explicit SmallPieces(io::InputStream& source) : in(source) {}
+    unsigned int read(char* buffer, unsigned int length) override { return in.read(buffer, std::min(length, 4096U)); }
+    void close() override { in.close(); }
+    void skip(long count) override { in.skip(count); }
+
+private:
+    io::InputStream& in;
+};
+//! [small-pieces]
+
+TEST(Properties, AreEdited) {
+    const test::TemporaryDirectory folder;
+    test::makeFile(folder.path("app.properties"), "# how to start\nname=demo\nport=80\n");
+    const WideString name = folder.name(u"app.properties");
+    //! [editing]
+    util::PropertyManager properties;
+    io::FileInputStream in(name.c_str());
+    properties.read(&in, u"utf-8");
+
+    properties.remove(u"port");  // put does not replace
+    properties.put(u"port", u"8080");
+    const WideString title = properties.get(u"name");  // a copy: the pointer is the table's
+
+    io::FileOutputStream out(name.c_str());
+    properties.write(&out, u"utf-8");
+    out.close();
+    //! [editing]
+    EXPECT_EQ(title, u"demo");
+    EXPECT_EQ(test::contentOf(folder.path("app.properties")), "name=demo\r\nport=8080\r\n");
+}
+
+TEST(Properties, OfLongFiles) {
+    const test::TemporaryDirectory folder;
+    std::string lines;
+    for (int i = 0; i < 5000; ++i) {
+        lines += "n" + std::to_string(i) + "=1\n";
+    }
+    test::makeFile(folder.path("long"), lines);
+    util::PropertyManager properties;
+    io::FileInputStream file(folder.name(u"long").c_str());
+    EXPECT_THROW(properties.read(&file, u"utf-8"), io::DataFormatException);
+    file.setFileName(folder.name(u"long").c_str());
+    SmallPieces pieces(file);
+    properties.read(&pieces, u"utf-8");
+    EXPECT_EQ(properties.count(), 5000U);
+}
+
+}  // namespace

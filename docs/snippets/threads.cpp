@@ -1,0 +1,64 @@
+// The examples of docs/threads.md.
+
+#include "tests/support.h"
+
+#include <cstring>
+#include <future>
+
+#include <pthread.h>
+
+#include <moraine/lang/IThread.h>
+
+using namespace moraine;
+
+namespace {
+
+//! [worker]
+class Adder : public lang::IThread {
+public:
+    // Nothing may leave run: there is nobody on its thread to catch it.
+    void run() override {
+        for (int i = 1; i <= 100; ++i) {
+            sum += i;
+        }
+    }
+
+    int sum = 0;
+};
+//! [worker]
+
+//! [entry]
+struct Start {
+    lang::IThread* worker;
+    std::promise<void> ended;
+};
+
+extern "C" void* entry(void* argument) {
+    auto* const start = static_cast<Start*>(argument);
+    lang::IThread::threadBody(start->worker);
+    start->ended.set_value();  // behind threadBody, which uses the object to its end
+    return nullptr;
+}
+//! [entry]
+
+TEST(Threads, AreAwaitedWithoutJoining) {
+    //! [starting]
+    Adder adder;
+    Start start{&adder, {}};
+    std::future<void> ended = start.ended.get_future();
+
+    pthread_t thread{};
+    if (pthread_create(&thread, nullptr, entry, &start) != 0) {
+        FAIL() << "no thread could be started";
+    }
+    void* handle = nullptr;
+    static_assert(sizeof handle == sizeof thread);
+    std::memcpy(&handle, &thread, sizeof handle);
+    adder.setThreadHandle(handle);  // from here on the object closes it
+
+    ended.wait();
+    //! [starting]
+    EXPECT_EQ(adder.sum, 5050);
+}
+
+}  // namespace
