@@ -8,8 +8,8 @@
 #include <stdexcept>
 #include <string>
 
-#include "console.h"
 #include "moraine/io/FileOutputStream.h"
+#include "streams.h"
 
 /// A file beside the one that is to be written. It takes that one's place when all has gone well, and goes otherwise.
 class Draft {
@@ -68,3 +68,16 @@ private:
     std::filesystem::path path;
     CountingStream stream;
 };
+
+/// Runs the work with a stream to a file, which comes to its place when all has gone well. "-" is standard output.
+template <class Work>
+void writeTo(const std::string& path, Work work) {
+    if (path == "-") {
+        console::StandardOutput out;
+        work(out);
+        return;
+    }
+    Draft draft(path);
+    work(draft.getStream());
+    draft.publish();
+}

@@ -1,6 +1,7 @@
 // Lets many processes and threads log at once, then looks whether every line has arrived whole.
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <thread>
 #include <vector>
@@ -26,10 +27,13 @@ constexpr const char* usage = "usage: log_many [PROCESSES [THREADS [LINES]]]\n"
                               "  --help  print this text\n";
 
 struct Load {
-    unsigned long processes = 4;
-    unsigned long threads = 4;
-    unsigned long lines = 1000;
+    unsigned long processes;
+    unsigned long threads;
+    unsigned long lines;
 };
+
+/// The time stands in front of a message, and CR LF behind it.
+constexpr std::size_t timestampLength = 20;
 
 std::string messageOf(unsigned long thread, unsigned long line) {
     return "thread " + std::to_string(thread) + " line " + std::to_string(line) + " - some words to make it longer";
@@ -59,17 +63,32 @@ pid_t startProcess(const fs::path& path, const Load& load) {
         throw std::runtime_error("no process could be started");
     }
     if (process == 0) {
-        ::_exit(console::run([&] {
+        ::_exit(console::guarded([&] {
             logAll(path, load);
-            return 0;
+            return console::done;
         }));
     }
     return process;
 }
 
+/// Waits until a process has ended. If somebody watches, shows in the meantime how much of the logs is there. True if
+/// the process went well.
+bool waitFor(pid_t process, const fs::path& folder, console::Progress& progress) {
+    int status = 0;
+    pid_t ended = 0;
+    while ((ended = ::waitpid(process, &status, progress.isShown() ? WNOHANG : 0)) == 0) {
+        std::uintmax_t written = 0;
+        for (const fs::directory_entry& log : fs::directory_iterator(folder)) {
+            written += log.file_size();
+        }
+        progress.show(written);
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return ended == process && WIFEXITED(status) && WEXITSTATUS(status) == console::done;
+}
+
 /// The number of lines of a log that are not the next one of their thread, in full; missing lines are counted too.
 unsigned long countFaults(const fs::path& path, const Load& load) {
-    constexpr std::size_t timestampLength = 20;
     const std::string prefix = "thread ";
     std::vector<unsigned long> next(load.threads);
     unsigned long faults = 0;
@@ -112,44 +131,34 @@ int program(const Load& load) {
     for (unsigned long process = 0; process < load.processes; ++process) {
         processes.push_back(startProcess(logOf(process), load));
     }
+    const unsigned long lines = load.processes * load.threads * load.lines;
     unsigned long faults = 0;
-    for (const pid_t process : processes) {
-        int status = 0;
-        faults += ::waitpid(process, &status, 0) == process && WIFEXITED(status) && WEXITSTATUS(status) == 0 ? 0 : 1;
+    {
+        const std::size_t lineLength = timestampLength + messageOf(load.threads - 1, load.lines - 1).size() + 2;
+        console::Progress progress("logging", lines * lineLength, true);
+        for (const pid_t process : processes) {
+            faults += waitFor(process, folder.path, progress) ? 0 : 1;
+        }
     }
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
 
     for (unsigned long process = 0; process < load.processes; ++process) {
         faults += countFaults(logOf(process), load);
     }
-    const unsigned long lines = load.processes * load.threads * load.lines;
     std::printf("%lu processes x %lu threads x %lu lines: %lu lines in %.2f s, %.0f lines/s\n", load.processes,
                 load.threads, load.lines, lines, elapsed.count(), static_cast<double>(lines) / elapsed.count());
     std::printf(faults == 0 ? "every line is there, whole and in its thread's order\n" : "%lu faults\n", faults);
-    return faults == 0 ? 0 : 1;
-}
-
-/// Reads a number from 1 to a million; 0 for anything else.
-unsigned long countFrom(const char* text) {
-    char* end = nullptr;
-    const unsigned long count = std::strtoul(text, &end, 10);
-    return end != text && *end == 0 && count <= 1'000'000 ? count : 0;
+    return faults == 0 ? console::done : console::failed;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc == 2 && std::string(argv[1]) == "--help") {
-        std::printf("%s", usage);
-        return 0;
-    }
-    Load load;
-    unsigned long* const wanted[] = {&load.processes, &load.threads, &load.lines};
-    for (int i = 1; i < argc; ++i) {
-        if (i > 3 || (*wanted[i - 1] = countFrom(argv[i])) == 0) {
-            std::fprintf(stderr, "%s", usage);
-            return 2;
-        }
-    }
-    return console::run([&] { return program(load); });
+    return console::run(argc, argv, usage, {}, [](const console::CommandLine& line) {
+        line.expectWords(0, 3);
+        const auto count = [&](std::size_t index, const char* otherwise) {
+            return console::numberFrom<unsigned long>(line.word(index, otherwise), 1, 1'000'000);
+        };
+        return program({count(0, "4"), count(1, "4"), count(2, "1000")});
+    });
 }

@@ -3,6 +3,7 @@
 #include "console.h"
 #include "draft.h"
 #include "moraine/io/FileInputStream.h"
+#include "moraine/io/MemoryOutputStream.h"
 #include "moraine/util/PropertyManager.h"
 
 namespace {
@@ -37,21 +38,14 @@ private:
     moraine::io::InputStream& source;
 };
 
-/// Lists the entries in the way they would be written.
-class StandardOutput : public moraine::io::OutputStream {
-public:
-    unsigned int write(const char* data, unsigned int length) override {
-        for (unsigned int i = 0; i < length; ++i) {
-            if (data[i] != '\r') {
-                std::putchar(data[i]);
-            }
-        }
-        return length;
-    }
-
-    void flush() override { static_cast<void>(std::fflush(stdout)); }
-    void close() override {}
-};
+/// Prints the entries as they would be written, with the line ends of this system.
+void list(PropertyManager& properties) {
+    moraine::io::MemoryOutputStream table;
+    properties.write(&table, u"UTF-8");
+    std::string text(table.getBytes(), table.getSize());
+    text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
+    std::printf("%s", text.c_str());
+}
 
 void load(PropertyManager& properties, const std::string& path) {
     moraine::io::FileInputStream file(console::wide(path).c_str());
@@ -73,55 +67,52 @@ moraine::WideString checkedValue(const std::string& value) {
     return console::wide(value);
 }
 
-int program(const std::vector<std::string>& arguments) {
-    const std::string& path = arguments[0];
-    const std::string command = arguments.size() > 1 ? arguments[1] : "list";
+int program(const std::vector<std::string>& words) {
+    const std::string& path = words[0];
+    const std::string command = words.size() > 1 ? words[1] : "list";
     PropertyManager properties;
     if (command != "set" || std::filesystem::exists(path)) {
         load(properties, path);
     }
     if (command == "list") {
-        StandardOutput out;
-        properties.write(&out, u"UTF-8");
-        return 0;
+        list(properties);
+        return console::done;
     }
-    const moraine::WideString name = console::wide(arguments[2]);
+    const moraine::WideString name = console::wide(words[2]);
     const moraine::WideChar* const value = properties.get(name.c_str());
     if (command != "set" && value == nullptr) {
-        std::fprintf(stderr, "%s: no entry %s\n", path.c_str(), arguments[2].c_str());
-        return 1;
+        std::fprintf(stderr, "%s: no entry %s\n", path.c_str(), words[2].c_str());
+        return console::failed;
     }
     if (command == "get") {
         std::printf("%s\n", console::narrow(value).c_str());
-        return 0;
+        return console::done;
     }
     properties.remove(name.c_str());
     if (command == "set") {
         if (name.empty()) {
             throw std::runtime_error("a name cannot be empty");
         }
-        properties.put(name.c_str(), checkedValue(arguments[3]).c_str());
+        properties.put(name.c_str(), checkedValue(words[3]).c_str());
     }
     save(properties, path);
-    return 0;
+    return console::done;
 }
 
-/// How many arguments a command takes, the file and the command counted; 0 for one that there is not.
-std::size_t expectedArguments(const std::string& command) {
+/// How many words a command takes, the file and the command counted; 0 for one that there is not.
+std::size_t expectedWords(const std::string& command) {
     return command == "list" ? 2 : command == "get" || command == "remove" ? 3 : command == "set" ? 4 : 0;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
-    if (arguments.size() == 1 && arguments[0] == "--help") {
-        std::printf("%s", usage);
-        return 0;
-    }
-    if (arguments.empty() || (arguments.size() > 1 && arguments.size() != expectedArguments(arguments[1]))) {
-        std::fprintf(stderr, "%s", usage);
-        return 2;
-    }
-    return console::run([&] { return program(arguments); });
+    return console::run(argc, argv, usage, {}, [](const console::CommandLine& line) {
+        line.expectWords(1, 4);
+        const std::size_t count = line.words.size();
+        if (count > 1 && count != expectedWords(line.words[1])) {
+            throw console::Misuse("that is no command, or not what it needs");
+        }
+        return program(line.words);
+    });
 }

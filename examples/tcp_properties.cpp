@@ -7,7 +7,6 @@
 #include <sys/socket.h>
 
 #include "console.h"
-#include "moraine/io/FileInputStream.h"
 #include "moraine/io/MemoryOutputStream.h"
 #include "moraine/net/TCPInputStream.h"
 #include "moraine/net/TCPOutputStream.h"
@@ -71,13 +70,13 @@ void sendAll(TCPOutputStream& out, const char* data, unsigned int length) {
     }
 }
 
-int serve(unsigned short port, int count, char** entries) {
+int serve(unsigned short port, const std::vector<std::string>& words) {
     PropertyManager properties;
-    for (int i = 0; i < count; ++i) {
-        const std::string entry = entries[i];
+    for (std::size_t i = 2; i < words.size(); ++i) {
+        const std::string& entry = words[i];
         const std::size_t equals = entry.find('=');
         if (equals == std::string::npos) {
-            throw std::runtime_error(entry + " is not NAME=VALUE");
+            throw console::Misuse(entry + " is not NAME=VALUE");
         }
         properties.put(console::wide(entry.substr(0, equals)).c_str(), console::wide(entry.substr(equals + 1)).c_str());
     }
@@ -99,7 +98,7 @@ int serve(unsigned short port, int count, char** entries) {
     properties.write(&memory, u"UTF-8");
     sendAll(client, memory.getBytes(), memory.getSize());
     client.close();
-    return 0;
+    return console::done;
 }
 
 int fetch(unsigned short port) {
@@ -113,26 +112,22 @@ int fetch(unsigned short port) {
     moraine::io::MemoryOutputStream table;
     properties.write(&table, u"UTF-8");
     std::printf("%.*s", static_cast<int>(table.getSize()), table.getBytes());
-    return 0;
+    return console::done;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    const std::string command = argc > 1 ? argv[1] : "";
-    if (command == "--help" && argc == 2) {
-        std::printf("%s", usage);
-        return 0;
-    }
-    char* end = nullptr;
-    const unsigned long port = argc > 2 ? std::strtoul(argv[2], &end, 10) : 0;
-    const bool valid = argc > 2 && end != argv[2] && *end == 0 && port <= 65535;
-    if (valid && command == "serve") {
-        return console::run([&] { return serve(static_cast<unsigned short>(port), argc - 3, argv + 3); });
-    }
-    if (valid && command == "fetch" && argc == 3) {
-        return console::run([&] { return fetch(static_cast<unsigned short>(port)); });
-    }
-    std::fprintf(stderr, "%s", usage);
-    return 2;
+    return console::run(argc, argv, usage, {}, [](const console::CommandLine& line) {
+        line.expectWords(2, std::numeric_limits<std::size_t>::max());
+        const std::string& command = line.words[0];
+        const auto port = console::numberFrom<unsigned short>(line.words[1], 0);
+        if (command == "serve") {
+            return serve(port, line.words);
+        }
+        if (command == "fetch" && line.words.size() == 2) {
+            return fetch(port);
+        }
+        throw console::Misuse("that is no command, or not what it needs");
+    });
 }

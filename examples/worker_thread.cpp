@@ -58,8 +58,7 @@ int program(unsigned long count) {
 
     pthread_t thread{};
     if (pthread_create(&thread, nullptr, entry, &start) != 0) {
-        std::fprintf(stderr, "error: no thread could be started\n");
-        return 1;
+        throw std::runtime_error("no thread could be started");
     }
     // From here on the object owns the handle and closes it. Nobody joins the thread.
     void* handle = nullptr;
@@ -69,24 +68,14 @@ int program(unsigned long count) {
 
     ended.wait();
     std::printf("%s: 1 + ... + %lu = %lu\n", console::narrow(adder.getThreadName()).c_str(), count, adder.getSum());
-    return 0;
+    return console::done;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    unsigned long count = 10'000'000;
-    if (argc == 2 && std::string(argv[1]) == "--help") {
-        std::printf("%s", usage);
-        return 0;
-    }
-    if (argc > 1) {
-        char* end = nullptr;
-        count = std::strtoul(argv[1], &end, 10);
-        if (argc > 2 || end == argv[1] || *end != 0) {
-            std::fprintf(stderr, "%s", usage);
-            return 2;
-        }
-    }
-    return console::run([&] { return program(count); });
+    return console::run(argc, argv, usage, {}, [](const console::CommandLine& line) {
+        line.expectWords(0, 1);
+        return program(console::numberFrom<unsigned long>(line.word(0, "10000000"), 0));
+    });
 }

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <array>
 
-#include "console.h"
 #include "moraine/io/FileInputStream.h"
 #include "moraine/xml/DOM/XMLReader.h"
+#include "streams.h"
 
 namespace {
 
@@ -118,7 +118,7 @@ Totals read(XMLReader& reader, bool quiet) {
 int outline(const std::string& path, bool quiet) {
     const auto start = std::chrono::steady_clock::now();
     moraine::io::FileInputStream file(console::wide(path).c_str());
-    console::ProgressStream stream(file, path);
+    console::ProgressStream stream(file, path, quiet || !console::printsToTerminal());
     XMLReader reader(&stream);
     const Totals totals = read(reader, quiet);
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
@@ -133,36 +133,14 @@ int outline(const std::string& path, bool quiet) {
     std::printf("%-12s %10lu\n", "nodes", totals.nodes());
     const double megabytes = static_cast<double>(stream.getBytes()) / 1e6;
     std::printf("%.3f MB in %.1f ms, %.1f MB/s\n", megabytes, elapsed.count() * 1e3, megabytes / elapsed.count());
-    return 0;
-}
-
-int program(int argc, char** argv) {
-    bool quiet = false;
-    const char* path = nullptr;
-    for (int i = 1; i < argc; ++i) {
-        const std::string argument = argv[i];
-        if (argument == "--help") {
-            std::printf("%s", usage);
-            return 0;
-        }
-        if (argument == "--quiet") {
-            quiet = true;
-        } else if (path == nullptr && argument.substr(0, 2) != "--") {
-            path = argv[i];
-        } else {
-            std::fprintf(stderr, "%s", usage);
-            return 2;
-        }
-    }
-    if (path == nullptr) {
-        std::fprintf(stderr, "%s", usage);
-        return 2;
-    }
-    return outline(path, quiet);
+    return console::done;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    return console::run([&] { return program(argc, argv); });
+    return console::run(argc, argv, usage, {"--quiet"}, [](const console::CommandLine& line) {
+        line.expectWords(1, 1);
+        return outline(line.words[0], line.has("--quiet"));
+    });
 }

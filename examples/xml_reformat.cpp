@@ -2,17 +2,16 @@
 
 #include <vector>
 
-#include "console.h"
 #include "draft.h"
+#include "markup.h"
 #include "moraine/io/DataFormatException.h"
 #include "moraine/io/FileInputStream.h"
 #include "moraine/xml/DOM/XMLReader.h"
 #include "moraine/xml/DOM/XMLWriter.h"
-#include "moraine/xml/XMLStringUtil.h"
+#include "streams.h"
 
 namespace {
 
-using moraine::WideChar;
 using moraine::WideString;
 using moraine::xml::DOM::XMLReader;
 using moraine::xml::DOM::XMLWriter;
@@ -20,19 +19,14 @@ using moraine::xml::DOM::XMLWriter;
 constexpr const char* usage = "usage: xml_reformat IN OUT\n"
                               "\n"
                               "Reads the XML file IN and writes it to OUT in UTF-8, indented, with line ends\n"
-                              "CR LF. OUT may be IN. A document that cannot be written so, such as one with two\n"
-                              "texts in one element, is refused, and OUT stays as it was.\n"
+                              "CR LF. OUT may be IN, or \"-\" for standard output. A document that cannot be\n"
+                              "written so, such as one with two texts in one element, is refused, and OUT stays\n"
+                              "as it was.\n"
                               "\n"
-                              "  --help   print this text\n";
+                              "  --help  print this text\n";
 
 /// With more levels than this the blanks of the indentation would be more than the document.
 constexpr std::size_t deepest = 1000;
-
-/// A text as the writer takes it: what the reader gives is literal, and the writer wants markup. Null is empty.
-WideString markup(const WideChar* text) {
-    const auto length = static_cast<unsigned int>(moraine::text::lengthOf(text));
-    return *moraine::xml::XMLStringUtil().string2Reference(text, length);
-}
 
 /// Passes each piece that a reader finds on to a writer.
 class Copier {
@@ -99,36 +93,27 @@ private:
 
 int reformat(const std::string& inPath, const std::string& outPath) {
     moraine::io::FileInputStream in(console::wide(inPath).c_str());
-    console::ProgressStream progress(in, inPath);
+    console::ProgressStream progress(in, inPath, outPath != "-" || !console::printsToTerminal());
     XMLReader reader(&progress);
 
-    Draft draft(outPath);
-    XMLWriter writer(&draft.getStream(), u"utf-8", true);
-    Copier copier(reader, writer);
-    try {
-        copier.copyAll();
-    } catch (moraine::io::DataFormatException&) {
-        std::fprintf(stderr, "%s cannot be reformatted; it fails %s:\n", inPath.c_str(), copier.place().c_str());
-        throw;
-    }
-    draft.publish();
-    return 0;
-}
-
-int program(int argc, char** argv) {
-    if (argc == 2 && std::string(argv[1]) == "--help") {
-        std::printf("%s", usage);
-        return 0;
-    }
-    if (argc != 3) {
-        std::fprintf(stderr, "%s", usage);
-        return 2;
-    }
-    return reformat(argv[1], argv[2]);
+    writeTo(outPath, [&](moraine::io::OutputStream& out) {
+        XMLWriter writer(&out, u"utf-8", true);
+        Copier copier(reader, writer);
+        try {
+            copier.copyAll();
+        } catch (moraine::io::DataFormatException&) {
+            std::fprintf(stderr, "%s cannot be reformatted; it fails %s:\n", inPath.c_str(), copier.place().c_str());
+            throw;
+        }
+    });
+    return console::done;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    return console::run([&] { return program(argc, argv); });
+    return console::run(argc, argv, usage, {}, [](const console::CommandLine& line) {
+        line.expectWords(2, 2);
+        return reformat(line.words[0], line.words[1]);
+    });
 }
