@@ -4,12 +4,10 @@
 #include <cstring>
 #include <iterator>
 
-#include "moraine/text/internal/Scan.h"
-
 namespace moraine::text {
 
 std::size_t lengthOf(const WideChar* text) noexcept {
-    return text == nullptr ? 0 : scan::lengthOf(text);
+    return text == nullptr ? 0 : std::char_traits<WideChar>::length(text);
 }
 
 bool equal(const WideChar* left, const WideChar* right) noexcept {

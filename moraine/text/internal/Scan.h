@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <cstring>
 
 #include "moraine/text/WideChar.h"
@@ -25,15 +24,6 @@ inline std::size_t find(const WideChar* text, std::size_t length, WideChar wante
         ++at;
     }
     return at;
-}
-
-/// The number of units in front of the terminator.
-inline std::size_t lengthOf(const WideChar* text) noexcept {
-    std::size_t length = 0;
-    while (text[length] != 0) {
-        ++length;
-    }
-    return length;
 }
 
 /// The number of units that `differing` and `equalTo` look at.
@@ -130,22 +120,6 @@ inline std::size_t find(const WideChar* text, std::size_t length, WideChar wante
     return at + scalar::find(text + at, length - at, wanted);
 }
 
-/// Loads from aligned addresses, so that none reaches into a page that the text does not touch; what it reads beside
-/// the text does not count.
-[[gnu::no_sanitize_address]] inline std::size_t lengthOf(const WideChar* text) noexcept {
-    const std::size_t before = reinterpret_cast<std::uintptr_t>(text) % 16 / sizeof(WideChar);
-    const auto* block = reinterpret_cast<const __m128i*>(text - before);
-    const auto zeros = [](const __m128i* units) {
-        return static_cast<unsigned int>(
-            _mm_movemask_epi8(_mm_cmpeq_epi16(_mm_load_si128(units), _mm_setzero_si128())));
-    };
-    unsigned int mask = zeros(block) >> 2 * before << 2 * before;
-    while (mask == 0) {
-        mask = zeros(++block);
-    }
-    return static_cast<std::size_t>(reinterpret_cast<const WideChar*>(block) - text) + firstHit(static_cast<int>(mask));
-}
-
 /// A bit for each of 16 comparisons of bytes.
 inline unsigned int bitsOf(__m128i comparison) noexcept {
     return static_cast<unsigned int>(_mm_movemask_epi8(comparison));
@@ -239,7 +213,6 @@ using scalar::equalTo;
 using scalar::find;
 using scalar::findEither;
 using scalar::findReserved;
-using scalar::lengthOf;
 using scalar::narrowAscii;
 using scalar::widenAscii;
 
