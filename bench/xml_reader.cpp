@@ -47,10 +47,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// The bytes of a document, which the columns read from memory or, if there is a path, from a file.
+/// A document, which the columns read from memory or from a file.
 struct Input {
     std::string bytes;
-    std::string path;
+    bool inFile = false;
+    std::string path{};  // of the file; set on first use where the bytes were made here
 };
 
 /// The block that the reader asks its stream for, and that is handed to the parsers that are fed with a file.
@@ -154,7 +155,7 @@ struct Moraine {
 
     template <class Sink>
     static void read(const Input& input, Sink& sink) {
-        if (input.path.empty()) {
+        if (!input.inFile) {
             moraine::io::MemoryInputStream& stream = streamOf(input);
             read(stream, sink);
             stream.skip(-static_cast<long>(input.bytes.size()));
@@ -216,7 +217,7 @@ struct Moraine {
 /// Gives a file, or the bytes in memory, to `feed(bytes, size, last)`, which says whether to go on.
 template <class Feed>
 bool feedAll(const Input& input, std::size_t memoryBlock, Feed feed) {
-    if (input.path.empty()) {
+    if (!input.inFile) {
         const std::string_view all = input.bytes;
         for (std::size_t at = 0; at < all.size(); at += memoryBlock) {
             const std::string_view block = all.substr(at, memoryBlock);
@@ -254,9 +255,9 @@ struct TextReader {
     static void read(const Input& input, Sink& sink) {
         constexpr int options = XML_PARSE_HUGE | XML_PARSE_NONET;
         const std::unique_ptr<xmlTextReader, void (*)(xmlTextReaderPtr)> owner(
-            input.path.empty() ? xmlReaderForMemory(input.bytes.data(), static_cast<int>(input.bytes.size()), nullptr,
-                                                    nullptr, options)
-                               : xmlReaderForFile(input.path.c_str(), nullptr, options),
+            input.inFile ? xmlReaderForFile(input.path.c_str(), nullptr, options)
+                         : xmlReaderForMemory(input.bytes.data(), static_cast<int>(input.bytes.size()), nullptr,
+                                              nullptr, options),
             xmlFreeTextReader);
         xmlTextReaderPtr reader = owner.get();
         int state = xmlTextReaderRead(reader);
@@ -419,7 +420,7 @@ struct Xerces {
         Handler<Sink> handler(sink);
         parser->setContentHandler(&handler);
         parser->setLexicalHandler(&handler);
-        if (input.path.empty()) {
+        if (!input.inFile) {
             parser->parse(xercesc::MemBufInputSource(reinterpret_cast<const XMLByte*>(input.bytes.data()),
                                                      input.bytes.size(), "bench"));
         } else {
@@ -441,7 +442,7 @@ struct Qt {
 
     template <class Sink>
     static void read(const Input& input, Sink& sink) {
-        if (input.path.empty()) {
+        if (!input.inFile) {
             QXmlStreamReader reader(
                 QByteArray::fromRawData(input.bytes.data(), static_cast<qsizetype>(input.bytes.size())));
             read(reader, sink);
@@ -483,11 +484,47 @@ struct Qt {
 
 #endif
 
+/// Files that are removed when the program ends.
+class TemporaryFiles {
+public:
+    TemporaryFiles() = default;
+    TemporaryFiles(const TemporaryFiles&) = delete;
+    TemporaryFiles& operator=(const TemporaryFiles&) = delete;
+    ~TemporaryFiles() {
+        for (const std::string& path : paths) {
+            std::remove(path.c_str());
+        }
+    }
+    std::string add(const std::string& bytes) {
+        std::string path = (fs::temp_directory_path() / "moraine_bench_XXXXXX").string();
+        const int descriptor = mkstemp(path.data());
+        if (descriptor < 0) {
+            throw std::runtime_error("no temporary file: " + path);
+        }
+        close(descriptor);
+        paths.push_back(path);
+        std::ofstream(path, std::ios::binary) << bytes;
+        return path;
+    }
+
+private:
+    std::vector<std::string> paths;
+};
+
+/// Makes sure that an input that is read from a file has one.
+void prepare(Input& input) {
+    static TemporaryFiles files;
+    if (input.inFile && input.path.empty()) {
+        input.path = files.add(input.bytes);
+    }
+}
+
 template <class Peer>
-bench::Column columnOf(const std::shared_ptr<const Input>& input) {
+bench::Column columnOf(const std::shared_ptr<Input>& input) {
     return {Peer::name,
             [=] {
                 Counting sink;
+                prepare(*input);
                 try {
                     Peer::read(*input, sink);
                 } catch (const std::exception& failure) {
@@ -504,7 +541,7 @@ bench::Column columnOf(const std::shared_ptr<const Input>& input) {
 
 void readingJob(const std::string& name, Input input) {
     const std::size_t size = input.bytes.size();
-    const auto shared = std::make_shared<const Input>(std::move(input));
+    const auto shared = std::make_shared<Input>(std::move(input));
     bench::job(name, size,
                {
                    columnOf<Moraine>(shared),
@@ -591,35 +628,7 @@ std::string longTexts() {
         [](int) { return "<text>" + repeated(2000, "All work and no play makes a dull day, ") + "</text>\n"; });
 }
 
-/// Files that are removed when the program ends.
-class TemporaryFiles {
-public:
-    TemporaryFiles() = default;
-    TemporaryFiles(const TemporaryFiles&) = delete;
-    TemporaryFiles& operator=(const TemporaryFiles&) = delete;
-    ~TemporaryFiles() {
-        for (const std::string& path : paths) {
-            std::remove(path.c_str());
-        }
-    }
-    std::string add(const std::string& bytes) {
-        std::string path = (fs::temp_directory_path() / "moraine_bench_XXXXXX").string();
-        const int descriptor = mkstemp(path.data());
-        if (descriptor < 0) {
-            throw std::runtime_error("no temporary file: " + path);
-        }
-        close(descriptor);
-        paths.push_back(path);
-        std::ofstream(path, std::ios::binary) << bytes;
-        return path;
-    }
-
-private:
-    std::vector<std::string> paths;
-};
-
 void addShapes() {
-    static TemporaryFiles files;
     const std::pair<const char*, std::string (*)()> shapes[] = {
         {"attribute records", records},
         {"prose with references", prose},
@@ -631,8 +640,8 @@ void addShapes() {
     };
     for (const auto& [name, make] : shapes) {
         const std::string bytes = make();
-        readingJob(std::string("reader/memory/") + name, {bytes, ""});
-        readingJob(std::string("reader/file/") + name, {bytes, files.add(bytes)});
+        readingJob(std::string("reader/memory/") + name, {bytes});
+        readingJob(std::string("reader/file/") + name, {bytes, true});
     }
 }
 
@@ -647,15 +656,15 @@ void addCorpus(const char* folder) {
         const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
         Counting sink;
         try {
-            Moraine::read({bytes, path.string()}, sink);
+            Moraine::read({bytes, true, path.string()}, sink);
         } catch (moraine::lang::Exception& refusal) {
             const std::u16string words = refusal.getMessage()->c_str();
             std::cerr << path.filename().string() << " is left out: " << std::string(words.begin(), words.end())
                       << '\n';
             continue;
         }
-        readingJob("reader/memory/" + path.filename().string(), {bytes, ""});
-        readingJob("reader/file/" + path.filename().string(), {bytes, path.string()});
+        readingJob("reader/memory/" + path.filename().string(), {bytes});
+        readingJob("reader/file/" + path.filename().string(), {bytes, true, path.string()});
     }
 }
 
