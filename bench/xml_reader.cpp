@@ -51,7 +51,8 @@ namespace fs = std::filesystem;
 struct Input {
     std::string bytes;
     bool inFile = false;
-    std::string path{};  // of the file; set on first use where the bytes were made here
+    std::string path{};  // of the file; made on first use where the bytes were made here
+    std::shared_ptr<moraine::io::MemoryInputStream> stream{};  // made on first use where it reads from memory
 };
 
 /// The block that the reader asks its stream for, and that is handed to the parsers that are fed with a file.
@@ -156,24 +157,12 @@ struct Moraine {
     template <class Sink>
     static void read(const Input& input, Sink& sink) {
         if (!input.inFile) {
-            moraine::io::MemoryInputStream& stream = streamOf(input);
-            read(stream, sink);
-            stream.skip(-static_cast<long>(input.bytes.size()));
+            read(*input.stream, sink);
+            input.stream->skip(-static_cast<long>(input.bytes.size()));
         } else {
             moraine::io::FileInputStream stream(std::u16string(input.path.begin(), input.path.end()).c_str());
             read(stream, sink);
         }
-    }
-
-    /// A stream that is filled once, since the peers read from where the bytes are.
-    static moraine::io::MemoryInputStream& streamOf(const Input& input) {
-        static moraine::io::MemoryInputStream stream;
-        static const Input* filledFrom = nullptr;
-        if (filledFrom != &input) {
-            stream.setBytes(input.bytes.data(), static_cast<long>(input.bytes.size()));
-            filledFrom = &input;
-        }
-        return stream;
     }
 
     template <class Sink>
@@ -511,11 +500,14 @@ private:
     std::vector<std::string> paths;
 };
 
-/// Makes sure that an input that is read from a file has one.
+/// Makes what the columns read from. A memory stream is filled once, since the peers read from where the bytes are.
 void prepare(Input& input) {
     static TemporaryFiles files;
     if (input.inFile && input.path.empty()) {
         input.path = files.add(input.bytes);
+    } else if (!input.inFile && !input.stream) {
+        input.stream = std::make_shared<moraine::io::MemoryInputStream>();
+        input.stream->setBytes(input.bytes.data(), static_cast<long>(input.bytes.size()));
     }
 }
 
