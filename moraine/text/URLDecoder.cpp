@@ -2,71 +2,18 @@
 
 #include "moraine/lang/IllegalArgumentException.h"
 #include "moraine/lang/internal/Raise.h"
-#include "moraine/text/internal/UrlCharacters.h"
+#include "moraine/text/internal/Kernels.h"
 
 namespace moraine::text {
-namespace {
-
-bool isHexDigit(char c) {
-    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
-}
-
-bool areHexDigits(const char* digits) {
-    return isHexDigit(digits[0]) && isHexDigit(digits[1]);
-}
-
-}  // namespace
 
 URLDecoder::~URLDecoder() = default;
 
 OwnedByteString URLDecoder::doDecode(const char* bytes, unsigned int length, bool last) {
-    const std::string_view input = held.join(bytes, length, workText);
-    auto result = std::make_unique<ByteString>(input.size(), '\0');
-    char* out = result->data();
-    for (std::size_t i = 0; i < input.size(); ++i) {
-        if (input[i] != '%') {
-            *out++ = input[i] == '+' ? ' ' : input[i];
-            continue;
-        }
-        if (input.size() - i <= 2) {
-            keepIncomplete(input.substr(i), last);
-            break;
-        }
-        *out++ = static_cast<char>(escapeValue(&input[i + 1]));
-        i += 2;
-    }
-    result->resize(static_cast<std::size_t>(out - result->data()));
-    return result;
+    return decode<ByteString>(bytes, length, last);
 }
 
 OwnedWideString URLDecoder::doDecodeM2W(const char* bytes, unsigned int length, bool last) {
-    const std::string_view input = held.join(bytes, length, workText);
-    auto result = std::make_unique<WideString>(input.size(), u'\0');
-    WideChar* out = result->data();
-    for (std::size_t i = 0; i < input.size(); ++i) {
-        if (input[i] != '%') {
-            const auto byte = static_cast<unsigned char>(input[i]);
-            const url::Kind kind = url::kindOf(byte);
-            if (kind == url::Kind::other || kind == url::Kind::space) {
-                lang::raise<lang::IllegalArgumentException>(getClassName());
-            }
-            *out++ = kind == url::Kind::plus ? u' ' : byte;
-            continue;
-        }
-        if (input.size() - i <= 5) {
-            keepIncomplete(input.substr(i), last);
-            break;
-        }
-        unsigned int unit = escapeValue(&input[i + 1]);
-        i += 2;
-        if (input[i + 1] == '%' && areHexDigits(&input[i + 2])) {
-            unit = unit << 8 | escapeValue(&input[i + 2]);
-            i += 3;
-        }
-        *out++ = static_cast<WideChar>(unit);
-    }
-    result->resize(static_cast<std::size_t>(out - result->data()));
-    return result;
+    return decode<WideString>(bytes, length, last);
 }
 
 void URLDecoder::clear() {
@@ -81,18 +28,33 @@ const WideChar* URLDecoder::getClassName() const {
     return u"moraine::text::URLDecoder";
 }
 
-void URLDecoder::keepIncomplete(std::string_view escape, bool last) {
-    if (last) {
-        lang::raise<lang::IllegalArgumentException>(getClassName());
+template <class Text>
+std::unique_ptr<Text> URLDecoder::decode(const char* bytes, unsigned int length, bool last) {
+    using Element = typename Text::value_type;
+    const std::string_view input = held.join(bytes, length, workText);
+    auto result = std::make_unique<Text>(input.size(), Element());
+    kernels::Walk<Element> walk{input.data(), input.data() + input.size(), result->data()};
+    kernels::decodeUrl(walk);
+    if (walk.at < walk.end) {
+        const std::size_t behind = sizeof(Element) == 1 ? 2 : 5;  // what it takes to tell a complete escape
+        if (last || *walk.at != '%' || walk.left() > behind) {
+            refuse({walk.at, walk.left()}, behind);
+        }
+        held.hold({walk.at, walk.left()});
     }
-    held.hold(escape);
+    result->resize(static_cast<std::size_t>(walk.out - result->data()));
+    return result;
 }
 
-unsigned int URLDecoder::escapeValue(const char* digits) const {
-    if (!areHexDigits(digits)) {
-        lang::raise<lang::IllegalArgumentException>(getClassName());
+void URLDecoder::refuse(std::string_view rest, std::size_t behind) const {
+    if (rest[0] == '%' && rest.size() > behind) {
+        // Of the two escapes that may stand here, the first bad one counts. A lower-case digit is refused by this:
+        const std::size_t bad = url::escapeValue(&rest[1]) < 0 ? 1 : 4;
+        if (url::areHexDigits(&rest[bad])) {
+            stringUtil.fromHexString(&rest[bad], 2);
+        }
     }
-    return static_cast<unsigned char>(stringUtil.fromHexString(digits, 2));
+    lang::raise<lang::IllegalArgumentException>(getClassName());
 }
 
 }  // namespace moraine::text

@@ -43,11 +43,11 @@ protected:
     virtual const WideChar* getClassName() const;
 
 private:
-    /// Holds an incomplete escape, or refuses it at the end of the stream.
-    void keepIncomplete(std::string_view escape, bool last);
+    template <class Text>
+    std::unique_ptr<Text> decode(const char* bytes, unsigned int length, bool last);
 
-    /// The value of the two digits of an escape.
-    unsigned int escapeValue(const char* digits) const;
+    /// Throws for what stands first in the rest of a block; @p behind is how many bytes an escape wants behind its "%".
+    [[noreturn]] void refuse(std::string_view rest, std::size_t behind) const;
 
     HeldBytes<6> held;
     ByteString workText;  // means nothing between calls

@@ -1,42 +1,46 @@
 #include "moraine/text/URLEncoder.h"
 
-#include "moraine/text/internal/UrlCharacters.h"
+#include <algorithm>
+#include <cstring>
+
+#include "moraine/text/internal/Kernels.h"
 
 namespace moraine::text {
 namespace {
 
-char* writeEscape(char* out, unsigned int byte) {
-    constexpr char digits[] = "0123456789ABCDEF";
-    out[0] = '%';
-    out[1] = digits[byte >> 4];
-    out[2] = digits[byte & 15];
-    return out + 3;
+// Both write 8 bytes at most, of which those that count are passed.
+
+char* writeForm(unsigned char byte, char* out) {
+    const url::ByteForm& form = url::byteForms[byte];
+    std::memcpy(out, &form, sizeof form);
+    return out + form.size;
 }
 
-/// Encodes bytes with one escape each, or units with two.
+char* writeForm(WideChar unit, char* out) {
+    if (unit < url::unitForms.size()) {
+        const url::UnitForm& form = url::unitForms[unit];
+        std::memcpy(out, &form, sizeof form);
+        return out + form.size;
+    }
+    std::memcpy(out, &url::escapes[unit >> 8], sizeof(url::ByteForm));
+    std::memcpy(out + 3, &url::escapes[unit & 0xFFU], sizeof(url::ByteForm));
+    return out + 6;
+}
+
 template <class Unit>
 OwnedByteString escaped(const Unit* text, unsigned int length) {
-    constexpr std::size_t escapeSize = 3 * sizeof(Unit);
-    const auto isPlain = [](Unit unit) {
-        const url::Kind kind = url::kindOf(unit);
-        return kind == url::Kind::unreserved || kind == url::Kind::space;
-    };
-    std::size_t size = 0;
-    for (unsigned int i = 0; i < length; ++i) {
-        size += isPlain(text[i]) ? 1 : escapeSize;
-    }
-    auto result = std::make_unique<ByteString>(size, '\0');
-    char* out = result->data();
-    for (unsigned int i = 0; i < length; ++i) {
-        const unsigned int unit = text[i];
-        if (isPlain(text[i])) {
-            *out++ = unit == ' ' ? '+' : static_cast<char>(unit);
-            continue;
+    const std::size_t plain = kernels::countPlain(text, length);
+    auto result = std::make_unique<ByteString>();
+    result->reserve(plain + 3 * sizeof(Unit) * (length - plain));
+    constexpr std::ptrdiff_t pieceLength = 512;
+    char piece[6 * pieceLength + 2];
+    for (const Unit* const end = text + length; text < end;) {
+        const Unit* const stop = text + std::min(end - text, pieceLength);
+        char* out = piece;
+        for (; text < stop; ++text) {
+            out = writeForm(*text, out);
         }
-        if constexpr (sizeof(Unit) == 2) {
-            out = writeEscape(out, unit >> 8);
-        }
-        out = writeEscape(out, unit & 0xFF);
+        result->append(piece, out);
     }
     return result;
 }

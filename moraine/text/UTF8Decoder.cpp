@@ -31,9 +31,17 @@ const WideChar* UTF8Decoder::getClassName() const {
 
 OwnedWideString UTF8Decoder::doDecProcM2W(std::string_view bytes, bool last) {
     // No byte makes more than one unit.
-    auto result = std::make_unique<WideString>(bytes.size(), u'\0');
-    kernels::Utf8Walk walk{bytes.data(), bytes.data() + bytes.size(), result->data()};
-    kernels::decodeUtf8(walk, walk.end);
+    auto result = std::make_unique<WideString>();
+    result->reserve(bytes.size());
+    kernels::Utf8Walk walk{{bytes.data(), bytes.data() + bytes.size(), result->data()}};
+    const char* stop = walk.at;
+    while (walk.at >= stop && walk.at < walk.end) {
+        const std::size_t piece = std::min<std::size_t>(walk.left(), 2048);
+        const std::size_t made = static_cast<std::size_t>(walk.out - result->data());
+        result->resize(made + piece);
+        stop = walk.at + piece;
+        kernels::decodeUtf8(walk, stop);
+    }
     if (walk.at < walk.end) {
         if (last) {
             lang::raise<lang::IllegalArgumentException>(getClassName());

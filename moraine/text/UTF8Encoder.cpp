@@ -1,5 +1,6 @@
 #include "moraine/text/UTF8Encoder.h"
 
+#include "moraine/text/internal/Extend.h"
 #include "moraine/text/internal/Kernels.h"
 
 namespace moraine::text {
@@ -11,8 +12,14 @@ OwnedByteString UTF8Encoder::doEncode(const unsigned char* bytes, unsigned int l
 }
 
 OwnedByteString UTF8Encoder::doEncodeW2M(const WideChar* text, unsigned int length, bool /*last*/) {
-    auto result = std::make_unique<ByteString>(kernels::utf8Size(text, length), '\0');
-    kernels::encodeUtf8(text, length, result->data());
+    // Most text is ASCII, so it is not measured beforehand.
+    auto result = std::make_unique<ByteString>(length, '\0');
+    const std::size_t ascii = kernels::narrowAscii(text, length, result->data());
+    if (ascii < length) {
+        const std::size_t rest = length - ascii;
+        result->resize(ascii);
+        kernels::encodeUtf8(text + ascii, rest, extend(*result, kernels::utf8Size(text + ascii, rest)));
+    }
     return result;
 }
 

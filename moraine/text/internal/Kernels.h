@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "moraine/text/internal/Scan.h"
+#include "moraine/text/internal/UrlCharacters.h"
 #include "moraine/text/WideChar.h"
 
 /// @file
@@ -15,14 +16,18 @@
 
 namespace moraine::text::kernels {
 
-/// A walk over UTF-8, as `UTF8Decoder` reads it: where it stands and what it has made.
-struct Utf8Walk {
+/// A walk over bytes that are decoded: where it stands.
+template <class Element>
+struct Walk {
     const char* at;
     const char* end;
-    WideChar* out;                   ///< room for a unit for each byte from @p at on
-    const WideChar* zero = nullptr;  ///< the first zero unit that was made
+    Element* out;  ///< has room for an element for each byte from @p at on
 
     [[nodiscard]] std::size_t left() const noexcept { return static_cast<std::size_t>(end - at); }
+};
+
+struct Utf8Walk : Walk<WideChar> {
+    const WideChar* zero = nullptr;  ///< the first zero unit that was made
 };
 
 inline constexpr std::string_view base64Digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -45,6 +50,10 @@ inline constexpr std::array<signed char, 256> base64Values = makeBase64Values();
 /// The 6-bit value of a character; `noBase64Value` if it has none.
 inline int base64Value(char c) noexcept {
     return base64Values[static_cast<unsigned char>(c)];
+}
+
+constexpr bool hasBase64Value(unsigned char c) noexcept {
+    return base64Values[c] != noBase64Value;
 }
 
 namespace scalar {
@@ -91,6 +100,8 @@ inline void decodeUtf8(Utf8Walk& walk, const char* stop) noexcept {
         walk.out += made;
     }
 }
+
+using scan::narrowAscii;
 
 /// The number of bytes that `encodeUtf8` writes.
 inline std::size_t utf8Size(const WideChar* text, std::size_t length) noexcept {
@@ -158,6 +169,67 @@ std::size_t decodeBase64(const char* text, std::size_t groups, Element* out) noe
     return done;
 }
 
+/// The number of units for which the URL form has one character and no escape.
+template <class Unit>
+std::size_t countPlain(const Unit* text, std::size_t length) noexcept {
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < length; ++i) {
+        count += text[i] <= 0xFF && url::isPlain(static_cast<unsigned char>(text[i])) ? 1 : 0;
+    }
+    return count;
+}
+
+/// Decodes an escape that is complete. Stays in front of it and returns false, if it has a bad digit.
+inline bool decodeEscape(Walk<char>& walk) noexcept {
+    const int value = url::escapeValue(walk.at + 1);
+    if (value < 0) {
+        return false;
+    }
+    *walk.out++ = static_cast<char>(value);
+    walk.at += 3;
+    return true;
+}
+
+/// Decodes an escape, or a pair of escapes, which 5 bytes follow at least.
+inline bool decodeEscape(Walk<WideChar>& walk) noexcept {
+    const bool isPair = walk.at[3] == '%' && url::areHexDigits(walk.at + 4);
+    const int high = isPair ? url::escapeValue(walk.at + 1) : 0;
+    const int low = url::escapeValue(walk.at + (isPair ? 4 : 1));
+    if ((high | low) < 0) {
+        return false;
+    }
+    *walk.out++ = static_cast<WideChar>(high << 8 | low);
+    walk.at += isPair ? 6 : 3;
+    return true;
+}
+
+/// Decodes the URL form of bytes. Stands at the end, or in front of an escape with a bad digit or with fewer than two
+/// bytes behind it.
+inline void decodeUrl(Walk<char>& walk) noexcept {
+    while (walk.at < walk.end) {
+        if (*walk.at != '%') {
+            *walk.out++ = *walk.at == '+' ? ' ' : *walk.at;
+            ++walk.at;
+        } else if (walk.left() <= 2 || !decodeEscape(walk)) {
+            return;
+        }
+    }
+}
+
+/// Decodes the URL form of text. Stands at the end, in front of a byte that is not accepted unescaped, or in front of
+/// an escape with a bad digit or with fewer than five bytes behind it.
+inline void decodeUrl(Walk<WideChar>& walk) noexcept {
+    while (walk.at < walk.end) {
+        const auto byte = static_cast<unsigned char>(*walk.at);
+        if (url::isAccepted(byte)) {
+            *walk.out++ = static_cast<WideChar>(url::accepted[byte]);
+            ++walk.at;
+        } else if (byte != '%' || walk.left() <= 5 || !decodeEscape(walk)) {
+            return;
+        }
+    }
+}
+
 /// The number of CR LF pairs.
 inline std::size_t countLineEnds(const char* text, std::size_t length) noexcept {
     std::size_t count = 0;
@@ -188,6 +260,10 @@ inline void decodeUtf8(Utf8Walk& walk, const char* stop) noexcept {
     hasAvx2() ? avx2::decodeUtf8(walk, stop) : scalar::decodeUtf8(walk, stop);
 }
 
+inline std::size_t narrowAscii(const WideChar* text, std::size_t length, char* out) noexcept {
+    return hasAvx2() ? avx2::narrowAscii(text, length, out) : scalar::narrowAscii(text, length, out);
+}
+
 inline std::size_t utf8Size(const WideChar* text, std::size_t length) noexcept {
     return hasAvx2() ? avx2::utf8Size(text, length) : scalar::utf8Size(text, length);
 }
@@ -203,6 +279,16 @@ inline void encodeBase64(const unsigned char* bytes, std::size_t groups, char* o
 template <class Element>
 std::size_t decodeBase64(const char* text, std::size_t groups, Element* out) noexcept {
     return hasAvx2() ? avx2::decodeBase64(text, groups, out) : scalar::decodeBase64(text, groups, out);
+}
+
+template <class Unit>
+std::size_t countPlain(const Unit* text, std::size_t length) noexcept {
+    return hasAvx2() ? avx2::countPlain(text, length) : scalar::countPlain(text, length);
+}
+
+template <class Element>
+void decodeUrl(Walk<Element>& walk) noexcept {
+    hasAvx2() ? avx2::decodeUrl(walk) : scalar::decodeUrl(walk);
 }
 
 inline std::size_t countLineEnds(const char* text, std::size_t length) noexcept {

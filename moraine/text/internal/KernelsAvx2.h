@@ -47,6 +47,15 @@ MORAINE_AVX2 inline void store(void* to, __m256i value) noexcept {
     _mm256_storeu_si256(static_cast<__m256i*>(to), value);
 }
 
+MORAINE_AVX2 inline void storeWindow(char* out, __m256i bytes) noexcept {
+    store(out, bytes);
+}
+
+MORAINE_AVX2 inline void storeWindow(WideChar* out, __m256i bytes) noexcept {
+    store(out, _mm256_cvtepu8_epi16(_mm256_castsi256_si128(bytes)));
+    store(out + 16, _mm256_cvtepu8_epi16(_mm256_extracti128_si256(bytes, 1)));
+}
+
 /// One bit for each byte whose highest bit is set.
 MORAINE_AVX2 inline std::uint32_t highBits(__m256i bytes) noexcept {
     return static_cast<std::uint32_t>(_mm256_movemask_epi8(bytes));
@@ -70,6 +79,42 @@ MORAINE_AVX2 inline __m256i unitsFrom(__m256i units, WideChar least) noexcept {
 
 MORAINE_AVX2 inline unsigned int countBits(std::uint32_t bits) noexcept {
     return static_cast<unsigned int>(__builtin_popcount(bits));
+}
+
+/// A set of bytes, by their halves. The low half of a byte gives a bit for each row of 16 bytes in which it means one
+/// outside the set, and the high half the bit of its row. The rows 0, 1 and 8 to 15, of which no byte belongs to any
+/// set here, share a bit.
+struct ByteSet {
+    Shuffle outsideOfLow{};
+    Shuffle rowOfHigh{};
+};
+
+constexpr ByteSet makeByteSet(bool (*belongs)(unsigned char)) {
+    ByteSet set;
+    for (unsigned int high = 0; high < 16; ++high) {
+        const unsigned int row = high >= 2 && high <= 7 ? 1U << (high - 2) : 0x40U;
+        set.rowOfHigh[high] = static_cast<signed char>(row);
+        for (unsigned int low = 0; low < 16; ++low) {
+            if (!belongs(static_cast<unsigned char>(high << 4 | low))) {
+                set.outsideOfLow[low] =
+                    static_cast<signed char>(static_cast<unsigned int>(set.outsideOfLow[low]) | row);
+            }
+        }
+    }
+    return set;
+}
+
+alignas(16) inline constexpr ByteSet base64Set = makeByteSet(hasBase64Value);
+alignas(16) inline constexpr ByteSet plainSet = makeByteSet(url::isPlain);
+alignas(16) inline constexpr ByteSet acceptedSet = makeByteSet(url::isAccepted);
+
+/// Zero for the bytes of the set, some bits for the others.
+MORAINE_AVX2 inline __m256i outside(__m256i bytes, const ByteSet& set) noexcept {
+    const __m256i half = _mm256_set1_epi8(0x0F);
+    const __m256i low = _mm256_and_si256(bytes, half);
+    const __m256i high = _mm256_and_si256(_mm256_srli_epi16(bytes, 4), half);
+    return _mm256_and_si256(_mm256_shuffle_epi8(loadTwice(set.outsideOfLow), low),
+                            _mm256_shuffle_epi8(loadTwice(set.rowOfHigh), high));
 }
 
 /// For each mask of 8 units, the shuffle that moves the chosen ones to the front.
@@ -124,8 +169,7 @@ MORAINE_AVX2 inline void decodeUtf8Windows(Utf8Walk& walk, const char* stop) noe
             if (equalBytes(bytes, 0) != 0) {
                 break;
             }
-            store(out, _mm256_cvtepu8_epi16(_mm256_castsi256_si128(bytes)));
-            store(out + 16, _mm256_cvtepu8_epi16(_mm256_extracti128_si256(bytes, 1)));
+            storeWindow(out, bytes);
             at += 32;
             out += 32;
             continue;
@@ -165,6 +209,25 @@ MORAINE_AVX2 inline void decodeUtf8(Utf8Walk& walk, const char* stop) noexcept {
 
 MORAINE_AVX2 inline bool areAscii(__m256i units) noexcept {
     return _mm256_testz_si256(units, _mm256_set1_epi16(static_cast<short>(0xFF80))) != 0;
+}
+
+/// 32 ASCII units as bytes.
+MORAINE_AVX2 inline __m256i narrowed(__m256i low, __m256i high) noexcept {
+    // Packing works in each half of a register, so that the middle quarters change places.
+    return _mm256_permute4x64_epi64(_mm256_packus_epi16(low, high), 0xD8);
+}
+
+MORAINE_AVX2 inline std::size_t narrowAscii(const WideChar* text, std::size_t length, char* out) noexcept {
+    std::size_t at = 0;
+    for (; length - at >= 32; at += 32) {
+        const __m256i low = load32(text + at);
+        const __m256i high = load32(text + at + 16);
+        if (!areAscii(_mm256_or_si256(low, high))) {
+            break;
+        }
+        store(out + at, narrowed(low, high));
+    }
+    return at + scan::narrowAscii(text + at, length - at, out + at);
 }
 
 MORAINE_AVX2 inline std::size_t utf8Size(const WideChar* text, std::size_t length) noexcept {
@@ -238,8 +301,7 @@ MORAINE_AVX2 inline void encodeUtf8(const WideChar* text, std::size_t length, ch
         std::size_t taken = 8;
         if (areAscii(_mm256_or_si256(low, high))) {
             taken = 32;
-            // Packing works in each half of a register, so that the middle quarters change places.
-            store(out, _mm256_permute4x64_epi64(_mm256_packus_epi16(low, high), 0xD8));
+            store(out, narrowed(low, high));
             out += 32;
         } else {
             out = encodeEight(text, out);
@@ -280,29 +342,6 @@ MORAINE_AVX2 inline void encodeBase64(const unsigned char* bytes, std::size_t gr
     scalar::encodeBase64(bytes, groups, out);
 }
 
-/// What the two halves of a character tell of it. The low half gives a bit for each row of 16 characters in which it
-/// means a character without value, and the high half the bit of its row; rows that have no value at all share one.
-struct Base64Rows {
-    Shuffle ofLow{};
-    Shuffle ofHigh{};
-};
-
-constexpr Base64Rows makeBase64Rows() {
-    Base64Rows rows;
-    for (unsigned int high = 0; high < 16; ++high) {
-        const unsigned int bit = high >= 2 && high <= 7 ? 1U << (high - 2) : 0x40U;
-        rows.ofHigh[high] = static_cast<signed char>(bit);
-        for (unsigned int low = 0; low < 16; ++low) {
-            if (base64Values[high << 4 | low] == noBase64Value) {
-                rows.ofLow[low] = static_cast<signed char>(static_cast<unsigned int>(rows.ofLow[low]) | bit);
-            }
-        }
-    }
-    return rows;
-}
-
-alignas(16) inline constexpr Base64Rows base64Rows = makeBase64Rows();
-
 MORAINE_AVX2 inline void storeElements(char* out, __m128i bytes) noexcept {
     store(out, bytes);
 }
@@ -317,17 +356,15 @@ MORAINE_AVX2 std::size_t decodeBase64(const char* text, std::size_t groups, Elem
     alignas(16) static constexpr Shuffle distances = {0, 63 - '/', 62 - '+', 52 - '0', -'A', -'A', 26 - 'a', 26 - 'a'};
     // The 24 bits of a group lie in four bytes, the lowest first.
     alignas(16) static constexpr Shuffle bytesOfGroups = {2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1};
-    const __m256i four = _mm256_set1_epi8(0x0F);
     std::size_t done = 0;
     // 8 groups give 24 elements, and 4 behind them are written.
     for (; groups - done >= 10; done += 8, text += 32, out += 24) {
         const __m256i in = load32(text);
-        const __m256i low = _mm256_and_si256(in, four);
-        const __m256i high = _mm256_and_si256(_mm256_srli_epi16(in, 4), four);
-        if (_mm256_testz_si256(_mm256_shuffle_epi8(loadTwice(base64Rows.ofLow), low),
-                               _mm256_shuffle_epi8(loadTwice(base64Rows.ofHigh), high)) == 0) {
+        const __m256i bad = outside(in, base64Set);
+        if (_mm256_testz_si256(bad, bad) == 0) {
             break;
         }
+        const __m256i high = _mm256_and_si256(_mm256_srli_epi16(in, 4), _mm256_set1_epi8(0x0F));
         const __m256i row = _mm256_add_epi8(high, _mm256_cmpeq_epi8(in, _mm256_set1_epi8('/')));
         const __m256i values = _mm256_add_epi8(in, _mm256_shuffle_epi8(loadTwice(distances), row));
         // Neighbours are joined twice: the first is multiplied to its place above the second.
@@ -338,6 +375,52 @@ MORAINE_AVX2 std::size_t decodeBase64(const char* text, std::size_t groups, Elem
         storeElements(out + 12, _mm256_extracti128_si256(bytes, 1));
     }
     return done + scalar::decodeBase64(text, groups - done, out);
+}
+
+MORAINE_AVX2 inline __m256i loadBytes(const unsigned char* bytes) noexcept {
+    return load32(bytes);
+}
+
+/// 32 units as bytes in some order, of which those from 0x80 up become others of that kind or zeros.
+MORAINE_AVX2 inline __m256i loadBytes(const WideChar* text) noexcept {
+    return _mm256_packus_epi16(load32(text), load32(text + 16));
+}
+
+template <class Unit>
+MORAINE_AVX2 std::size_t countPlain(const Unit* text, std::size_t length) noexcept {
+    std::size_t count = 0;
+    std::size_t at = 0;
+    for (; length - at >= 32; at += 32) {
+        count += countBits(equalBytes(outside(loadBytes(text + at), plainSet), 0));
+    }
+    return count + scalar::countPlain(text + at, length - at);
+}
+
+/// The bytes of a window that stand for themselves or for a space.
+MORAINE_AVX2 inline std::uint32_t unescaped(__m256i bytes, const char* /*out*/) noexcept {
+    return ~equalBytes(bytes, '%');
+}
+
+MORAINE_AVX2 inline std::uint32_t unescaped(__m256i bytes, const WideChar* /*out*/) noexcept {
+    return equalBytes(outside(bytes, acceptedSet), 0);
+}
+
+template <class Element>
+MORAINE_AVX2 void decodeUrl(Walk<Element>& walk) noexcept {
+    // 5 bytes follow the last of a window, so that an escape there is not incomplete.
+    while (walk.left() >= 32 + 5) {
+        const __m256i bytes = load32(walk.at);
+        const __m256i isPlus = _mm256_cmpeq_epi8(bytes, _mm256_set1_epi8('+'));
+        storeWindow(walk.out, _mm256_blendv_epi8(bytes, _mm256_set1_epi8(' '), isPlus));
+        const std::uint32_t others = ~unescaped(bytes, walk.out);
+        const int run = others == 0 ? 32 : __builtin_ctz(others);
+        walk.at += run;
+        walk.out += run;
+        if (others != 0 && (*walk.at != '%' || !scalar::decodeEscape(walk))) {
+            return;
+        }
+    }
+    scalar::decodeUrl(walk);
 }
 
 MORAINE_AVX2 inline std::size_t countLineEnds(const char* text, std::size_t length) noexcept {

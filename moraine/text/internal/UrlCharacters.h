@@ -1,36 +1,114 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 namespace moraine::text::url {
 
-enum class Kind : unsigned char {
-    other,       ///< is always written as an escape
-    unreserved,  ///< stands for itself
-    space,       ///< is written as "+"
-    plus,        ///< stands for the space
-    reserved,    ///< one of the other reserved characters: escaped when written, accepted when read
+inline constexpr std::string_view unreserved =
+    "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_.!~*'()";
+inline constexpr std::string_view otherReserved = "$&,/:;=?@";  // than "+"
+inline constexpr std::string_view digits = "0123456789ABCDEF";
+
+/// What the encoder writes for a byte or a unit, in a room that is copied as a whole.
+template <std::size_t Room>
+struct Form {
+    char text[Room - 1];
+    std::uint8_t size;
 };
 
-constexpr std::array<Kind, 128> makeKinds() {
-    std::array<Kind, 128> kinds{};
-    for (const char c : std::string_view("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_.!~*'()")) {
-        kinds[static_cast<unsigned char>(c)] = Kind::unreserved;
+using ByteForm = Form<4>;
+using UnitForm = Form<8>;
+
+constexpr std::array<ByteForm, 256> makeEscapes() {
+    std::array<ByteForm, 256> escapes{};
+    for (unsigned int byte = 0; byte < 256; ++byte) {
+        escapes[byte] = {{'%', digits[byte >> 4], digits[byte & 15]}, 3};
     }
-    for (const char c : std::string_view("$&,/:;=?@")) {
-        kinds[static_cast<unsigned char>(c)] = Kind::reserved;
-    }
-    kinds[' '] = Kind::space;
-    kinds['+'] = Kind::plus;
-    return kinds;
+    return escapes;
 }
 
-inline constexpr std::array<Kind, 128> kinds = makeKinds();
+/// Each byte as an escape.
+inline constexpr std::array<ByteForm, 256> escapes = makeEscapes();
 
-/// What RFC 2396 says of a character, which is given as an unsigned value.
-inline Kind kindOf(unsigned int character) noexcept {
-    return character < kinds.size() ? kinds[character] : Kind::other;
+constexpr std::array<ByteForm, 256> makeByteForms() {
+    std::array<ByteForm, 256> forms = escapes;
+    for (const char c : unreserved) {
+        forms[static_cast<unsigned char>(c)] = {{c}, 1};
+    }
+    forms[' '] = {{'+'}, 1};
+    return forms;
+}
+
+inline constexpr std::array<ByteForm, 256> byteForms = makeByteForms();
+
+constexpr std::array<UnitForm, 128> makeUnitForms() {
+    std::array<UnitForm, 128> forms{};
+    for (unsigned int unit = 0; unit < 128; ++unit) {
+        const auto& [text, size] = byteForms[unit];
+        forms[unit] = {{text[0]}, 1};
+        if (size != 1) {
+            forms[unit] = {{'%', '0', '0', text[0], text[1], text[2]}, 6};
+        }
+    }
+    return forms;
+}
+
+/// The forms of the units that most text consists of.
+inline constexpr std::array<UnitForm, 128> unitForms = makeUnitForms();
+
+/// Whether the encoder writes one character for a byte and no escape.
+constexpr bool isPlain(unsigned char byte) noexcept {
+    return byteForms[byte].size == 1;
+}
+
+/// What an unescaped byte stands for in text; 0 for one that must not stand there, and for "%".
+constexpr std::array<char, 256> makeAccepted() {
+    std::array<char, 256> accepted{};
+    for (const std::string_view set : {unreserved, otherReserved}) {
+        for (const char c : set) {
+            accepted[static_cast<unsigned char>(c)] = c;
+        }
+    }
+    accepted['+'] = ' ';
+    return accepted;
+}
+
+inline constexpr std::array<char, 256> accepted = makeAccepted();
+
+constexpr bool isAccepted(unsigned char byte) noexcept {
+    return accepted[byte] != 0;
+}
+
+constexpr std::array<signed char, 256> makeDigitValues() {
+    std::array<signed char, 256> values{};
+    for (signed char& value : values) {
+        value = -1;
+    }
+    signed char next = 0;
+    for (const char c : digits) {
+        values[static_cast<unsigned char>(c)] = next++;
+    }
+    return values;
+}
+
+inline constexpr std::array<signed char, 256> digitValues = makeDigitValues();
+
+inline bool isHexDigit(char c) noexcept {
+    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
+}
+
+inline bool areHexDigits(const char* two) noexcept {
+    return isHexDigit(two[0]) && isHexDigit(two[1]);
+}
+
+/// The value of two upper-case digits; negative if one is something else.
+inline int escapeValue(const char* two) noexcept {
+    const int high = digitValues[static_cast<unsigned char>(two[0])];
+    const int low = digitValues[static_cast<unsigned char>(two[1])];
+    return high * 16 | low;
 }
 
 }  // namespace moraine::text::url
