@@ -1,6 +1,7 @@
 #include "xml_support.h"
 
 #include <map>
+#include <random>
 #include <tuple>
 
 #include "moraine/io/IOException.h"
@@ -185,6 +186,38 @@ TEST(PropertyManager, Table) {
         const bool isUseable = useable.find(name[1]) != WideString::npos;
         ASSERT_EQ(properties.check4VariableUseableChar(name[1]), isUseable) << unit;
         isUseable ? put() : expectFailure<io::DataFormatException>(put, words, {manager});
+    }
+}
+
+// The table against an ordered map, with few names, so that most steps meet an entry, and with many.
+TEST(PropertyManager, AgreesWithAPlainModel) {
+    std::mt19937 random(1);
+    for (const unsigned int names : {9U, 200U, 5000U}) {
+        PropertyManager properties;
+        std::map<std::string, std::string> model;
+        for (unsigned int step = 0; step < 20000; ++step) {
+            const std::string name = std::string(random() % 12, '_') + std::to_string(random() % names);
+            const std::string value = std::to_string(step);
+            const WideString wideName(name.begin(), name.end()), wideValue(value.begin(), value.end());
+            const WideChar* const found = properties.get(wideName.c_str());
+            const auto entry = model.find(name);
+            ASSERT_EQ(shown(found), entry == model.end() ? u"~" : WideString(entry->second.begin(), entry->second.end()));
+            if (random() % 5 < 2) {
+                properties.remove(wideName.c_str());
+                model.erase(name);
+            } else {
+                properties.put(wideName.c_str(), wideValue.c_str());
+                model.emplace(name, value);
+                EXPECT_TRUE(found == nullptr || found == properties.get(wideName.c_str())) << "has moved";
+            }
+            ASSERT_EQ(properties.count(), model.size());
+            if (random() % 2000 == 0) {
+                std::string expected;
+                for (const auto& [key, text] : model) { expected.append(key).append("=").append(text).append(";"); }
+                EXPECT_EQ(written(properties), expected + "|");
+                properties = PropertyManager(properties);
+            }
+        }
     }
 }
 // clang-format on

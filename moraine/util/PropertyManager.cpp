@@ -11,11 +11,20 @@
 #include "moraine/text/EncoderManager.h"
 #include "moraine/text/internal/Scan.h"
 #include "moraine/text/UnsupportedEncodingException.h"
+#include "moraine/util/internal/PropertyTable.h"
 
 namespace moraine::util {
 namespace {
 
 constexpr unsigned int blockSize = 10240;
+
+bool mayStandInName(WideChar c) {
+    return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9') || c == u'_';
+}
+
+bool isName(std::u16string_view text) {
+    return std::all_of(text.begin(), text.end(), mayStandInName);
+}
 
 constexpr const WideChar* badCharacter = u"Can't use char contained in property name.";
 
@@ -54,13 +63,18 @@ struct PendingText {
 
 }  // namespace
 
-PropertyManager::PropertyManager() = default;
+PropertyManager::PropertyManager() : table(std::make_unique<PropertyTable>()) {}
 
-PropertyManager::PropertyManager(const PropertyManager& other) = default;
+PropertyManager::PropertyManager(const PropertyManager& other) : table(std::make_unique<PropertyTable>(*other.table)) {}
 
 PropertyManager::~PropertyManager() = default;
 
-PropertyManager& PropertyManager::operator=(const PropertyManager& other) = default;
+PropertyManager& PropertyManager::operator=(const PropertyManager& other) {
+    if (this != &other) {
+        *table = *other.table;
+    }
+    return *this;
+}
 
 void PropertyManager::read(io::InputStream* in, const WideChar* encoding) {
     std::unique_ptr<text::IDecoder> decoder;
@@ -113,46 +127,41 @@ void PropertyManager::write(io::OutputStream* out, const WideChar* encoding) {
         out->write(bytes->data(), static_cast<unsigned int>(bytes->size()));
     };
     WideString line;
-    for (const auto& [name, value] : table) {
-        line.assign(name).append(u"=").append(value).append(u"\r\n");
+    table->forEach([&](std::u16string_view name, std::u16string_view value) {
+        line.assign(name).append(1, u'=').append(value).append(u"\r\n", 2);
         send(line, false);
-    }
+    });
     send(WideString(), true);
 }
 
 const WideChar* PropertyManager::get(const WideChar* name) {
-    if (name == nullptr) {
-        return nullptr;
-    }
-    const auto entry = table.find(view(name));
-    return entry == table.end() ? nullptr : entry->second.c_str();
+    return name == nullptr ? nullptr : table->find(view(name));
 }
 
 void PropertyManager::put(const WideChar* name, const WideChar* value) {
     const std::u16string_view key = view(name);
-    if (!std::all_of(key.begin(), key.end(), [this](WideChar c) { return check4VariableUseableChar(c); })) {
+    if (!isName(key)) {
         lang::raise<io::DataFormatException>(getClassName(), badCharacter);
     }
-    table.try_emplace(WideString(key), view(value));
+    table->add(key, view(value));
 }
 
 void PropertyManager::remove(const WideChar* name) {
-    const auto entry = name == nullptr ? table.end() : table.find(view(name));
-    if (entry != table.end()) {
-        table.erase(entry);
+    if (name != nullptr) {
+        table->remove(view(name));
     }
 }
 
 void PropertyManager::removeAll() {
-    table.clear();
+    *table = PropertyTable();
 }
 
 unsigned int PropertyManager::count() {
-    return static_cast<unsigned int>(table.size());
+    return static_cast<unsigned int>(table->size());
 }
 
 bool PropertyManager::check4VariableUseableChar(WideChar c) {
-    return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9') || c == u'_';
+    return mayStandInName(c);
 }
 
 unsigned int PropertyManager::readProc(WideChar* text, unsigned int start, unsigned int end, bool atEnd,
@@ -194,16 +203,16 @@ void PropertyManager::readProperty(const WideChar* text, unsigned int start, uns
     if (nameLength == 0) {
         fail(u"Can't find for property name.");
     }
-    const WideChar* const name = text + start;
-    if (!std::all_of(name, name + nameLength, [this](WideChar c) { return check4VariableUseableChar(c); })) {
+    const std::u16string_view name(text + start, nameLength);
+    if (!isName(name)) {
         fail(badCharacter);
     }
-    const WideChar* const value = name + nameLength + 1;
+    const WideChar* const value = name.data() + nameLength + 1;
     const WideChar* valueEnd = text + lineEnd;
     while (valueEnd > value && valueEnd[-1] == u'\r') {
         --valueEnd;
     }
-    table.try_emplace(WideString(name, nameLength), value, static_cast<std::size_t>(valueEnd - value));
+    table->add(name, {value, static_cast<std::size_t>(valueEnd - value)});
 }
 
 }  // namespace moraine::util

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <map>
+#include <memory>
 
 #include "moraine/Export.h"
 #include "moraine/io/InputStream.h"
@@ -8,6 +8,8 @@
 #include "moraine/text/WideChar.h"
 
 namespace moraine::util {
+
+class PropertyTable;
 
 /// A table of named texts that is read from and written to any stream in any encoding that the library has.
 ///
@@ -19,7 +21,7 @@ namespace moraine::util {
 /// - the value is all behind the first `=`, less the carriage returns at its end. It may be empty;
 /// - of two lines with one name the first one counts.
 ///
-/// The table is in order of the names' units. An object is used by one thread at a time. Copies are deep.
+/// The table is written in order of the names' units. An object is used by one thread at a time. Copies are deep.
 class MORAINE_API PropertyManager {
 public:
     /// An empty table.
@@ -96,7 +98,7 @@ private:
     void readProperty(const WideChar* text, unsigned int start, unsigned int lineEnd, unsigned int end,
                       unsigned int lineNumber);
 
-    std::map<WideString, WideString, std::less<>> table;
+    std::unique_ptr<PropertyTable> table;
 };
 
 }  // namespace moraine::util

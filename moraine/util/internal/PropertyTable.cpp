@@ -1,0 +1,132 @@
+#include "moraine/util/internal/PropertyTable.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace moraine::util {
+namespace {
+
+/// A number that each bit of @p value has a part in: both halves of a product.
+std::uint64_t mixed(std::uint64_t value) noexcept {
+    __extension__ using Product = unsigned __int128;
+    const Product product = static_cast<Product>(value) * 0x9E3779B97F4A7C15U;
+    return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
+}
+
+}  // namespace
+
+PropertyTable::PropertyTable(const PropertyTable& other) {
+    for (const Entry& entry : other.entries) {
+        if (entry.text) {
+            add(entry.name(), entry.value());
+        }
+    }
+}
+
+const WideChar* PropertyTable::find(std::u16string_view name) const noexcept {
+    if (slots.empty()) {
+        return nullptr;
+    }
+    const std::uint32_t index = slots[slotOf(name, hashOf(name))];
+    return index == 0 ? nullptr : entries[index - 1].value().data();
+}
+
+void PropertyTable::add(std::u16string_view name, std::u16string_view value) {
+    if (entries.size() >= slots.size() / 2) {
+        grow();
+    }
+    const std::uint64_t hash = hashOf(name);
+    std::uint32_t& slot = slots[slotOf(name, hash)];
+    if (slot != 0) {
+        return;
+    }
+    std::unique_ptr<WideChar[]> text(new WideChar[name.size() + value.size() + 1]);
+    *std::copy(value.begin(), value.end(), std::copy(name.begin(), name.end(), text.get())) = 0;
+    entries.push_back({std::move(text), name.size(), value.size(), hash});
+    slot = static_cast<std::uint32_t>(entries.size());
+    inOrder = false;
+}
+
+void PropertyTable::remove(std::u16string_view name) noexcept {
+    const std::uint32_t index = slots.empty() ? 0 : slots[slotOf(name, hashOf(name))];
+    if (index != 0) {
+        // The entry itself stays for now: the slot leads on to others.
+        entries[index - 1].text.reset();
+        ++removed;
+    }
+}
+
+std::uint64_t PropertyTable::hashOf(std::u16string_view name) const noexcept {
+    constexpr std::size_t step = sizeof(std::uint64_t) / sizeof(WideChar);
+    std::uint64_t hash = seed ^ name.size();
+    std::uint64_t part = 0;
+    for (; name.size() >= step; name.remove_prefix(step)) {
+        std::memcpy(&part, name.data(), sizeof(part));
+        hash = mixed(hash ^ part);
+    }
+    WideChar last[step] = {};
+    std::copy(name.begin(), name.end(), last);
+    std::memcpy(&part, last, sizeof(part));
+    return mixed(hash ^ part);
+}
+
+/// The slot of a name's entry, or the one where it goes.
+std::size_t PropertyTable::slotOf(std::u16string_view name, std::uint64_t hash) const noexcept {
+    std::size_t at = hash & (slots.size() - 1);
+    while (slots[at] != 0) {
+        const Entry& entry = entries[slots[at] - 1];
+        if (entry.hash == hash && entry.text && entry.nameLength == name.size() &&
+            std::equal(name.begin(), name.end(), entry.text.get())) {
+            break;
+        }
+        at = (at + 1) & (slots.size() - 1);
+    }
+    return at;
+}
+
+/// Makes room for as many entries again as there are.
+void PropertyTable::grow() {
+    std::size_t count = 16;
+    while (count < 4 * size()) {
+        count *= 2;
+    }
+    slots = std::vector<std::uint32_t>(count);
+    dropRemoved();
+    fillSlots();
+}
+
+/// Puts the entries in order. Few new ones among many that are in order take little time.
+void PropertyTable::sort() {
+    if (inOrder && removed == 0) {
+        return;
+    }
+    const auto isBefore = [](const Entry& left, const Entry& right) { return left.name() < right.name(); };
+    dropRemoved();
+    const auto end = std::is_sorted_until(entries.begin(), entries.end(), isBefore);
+    std::sort(end, entries.end(), isBefore);
+    std::inplace_merge(entries.begin(), end, entries.end(), isBefore);
+    inOrder = true;
+    std::fill(slots.begin(), slots.end(), 0U);
+    fillSlots();
+}
+
+void PropertyTable::dropRemoved() noexcept {
+    if (removed > 0) {
+        const auto isRemoved = [](const Entry& entry) { return !entry.text; };
+        entries.erase(std::remove_if(entries.begin(), entries.end(), isRemoved), entries.end());
+        removed = 0;
+    }
+}
+
+/// Enters all entries into slots that are all free.
+void PropertyTable::fillSlots() noexcept {
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        std::size_t at = entries[i].hash & (slots.size() - 1);
+        while (slots[at] != 0) {
+            at = (at + 1) & (slots.size() - 1);
+        }
+        slots[at] = static_cast<std::uint32_t>(i + 1);
+    }
+}
+
+}  // namespace moraine::util
