@@ -21,7 +21,10 @@ void Exception::setMessage(const WideChar* text) {
 }
 
 void Exception::addTrace(const WideChar* className, long line) {
-    trace.append(u"\tat ").append(className, text::lengthOf(className)).append(u"(");
+    const std::size_t nameLength = text::lengthOf(className);
+    constexpr std::size_t around = 5 + 1 + 11 + 3;  // with the longest number
+    trace.reserve(trace.size() + nameLength + around);
+    trace.append(u"\tat ").append(className, nameLength).append(u"(");
     text::appendDecimal(trace, static_cast<std::int32_t>(line));
     trace.append(u")\r\n");
 }

@@ -28,18 +28,30 @@ WideString message(const Pieces&... pieces) {
     return result;
 }
 
+/// An `E` with a message, which ends at its first zero unit. It is made in the place where it is needed: a local object
+/// would have to be copied, and destroyed on the way out.
+template <class E>
+E made(const WideChar* className, const WideChar* message, long line) {
+    E exception(className, line);
+    exception.setMessage(message);
+    return exception;
+}
+
 /// Throws an `E` without a message. Its trace names the class that fails and the line of this call.
 template <class E>
 [[noreturn]] void raise(const WideChar* className, long line = __builtin_LINE()) {
     throw E(className, line);
 }
 
-/// Throws an `E` with a message, which ends at its first zero unit.
+/// Throws an `E` with a message.
+template <class E>
+[[noreturn]] void raise(const WideChar* className, const WideChar* message, long line = __builtin_LINE()) {
+    throw made<E>(className, message, line);
+}
+
 template <class E>
 [[noreturn]] void raise(const WideChar* className, const WideString& message, long line = __builtin_LINE()) {
-    E exception(className, line);
-    exception.setMessage(message.c_str());
-    throw exception;
+    throw made<E>(className, message.c_str(), line);
 }
 
 /// Adds a line to the trace of a caught exception and throws it on as an `E`, which is the class of the clause and
