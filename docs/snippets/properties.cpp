@@ -7,6 +7,7 @@
 #include <moraine/io/DataFormatException.h>
 #include <moraine/io/FileInputStream.h>
 #include <moraine/io/FileOutputStream.h>
+#include <moraine/io/MemoryInputStream.h>
 #include <moraine/util/PropertyManager.h>
 
 using namespace moraine;
@@ -46,6 +47,28 @@ TEST(Properties, AreEdited) {
     //! [editing]
     EXPECT_EQ(title, u"demo");
     EXPECT_EQ(test::contentOf(folder.path("app.properties")), "name=demo\r\nport=8080\r\n");
+}
+
+//! [replacing]
+/// Replaces a table by what a stream holds, all of it or, where that fails, nothing.
+void replace(util::PropertyManager& table, io::InputStream& in) {
+    util::PropertyManager fresh;
+    fresh.read(&in, u"utf-8");
+    table = fresh;
+}
+//! [replacing]
+
+TEST(Properties, AreKeptWhereReadingFails) {
+    util::PropertyManager table;
+    table.put(u"old", u"1");
+    io::MemoryInputStream in;
+    in.setBytes("new=2\nnothing\n", 14);
+    EXPECT_THROW(replace(table, in), io::DataFormatException);
+    EXPECT_NE(table.get(u"old"), nullptr);
+    in.setBytes("new=2\n", 6);
+    replace(table, in);
+    EXPECT_EQ(table.get(u"old"), nullptr);
+    EXPECT_EQ(WideString(table.get(u"new")), u"2");
 }
 
 TEST(Properties, OfLongFiles) {

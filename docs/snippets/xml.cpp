@@ -2,9 +2,14 @@
 
 #include "tests/support.h"
 
+#include <sys/socket.h>
+
 #include <moraine/io/DataFormatException.h>
+#include <moraine/io/IOException.h>
 #include <moraine/io/MemoryInputStream.h>
 #include <moraine/io/MemoryOutputStream.h>
+#include <moraine/net/TCPInputStream.h>
+#include <moraine/net/TCPOutputStream.h>
 #include <moraine/xml/DOM/Attr.h>
 #include <moraine/xml/DOM/Element.h>
 #include <moraine/xml/DOM/Text.h>
@@ -59,6 +64,33 @@ TEST(Xml, RoundTrips) {
     EXPECT_EQ(titles(in), std::vector<WideString>{u"War & Peace"});
     in.setBytes(out.getBytes(), out.getSize() - 12);
     EXPECT_THROW(titles(in), io::DataFormatException);
+}
+
+//! [socket]
+/// All that a peer sends until it ends its side, as a stream that can move back.
+io::MemoryInputStream received(net::TCPInputStream& in) {
+    io::MemoryInputStream memory;
+    char block[10240];
+    while (const unsigned int count = in.read(block, sizeof block)) {
+        if (count > sizeof block) {
+            throw io::IOException(u"my::received", __LINE__);
+        }
+        memory.addBytes(block, count);
+    }
+    return memory;
+}
+//! [socket]
+
+TEST(Xml, FromASocket) {
+    int ends[2] = {};
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
+    net::TCPOutputStream out(static_cast<unsigned int>(ends[0]));
+    net::TCPInputStream in(static_cast<unsigned int>(ends[1]));
+    writeBook(out, u"7", u"War & Peace");
+    io::MemoryInputStream memory = received(in);
+    EXPECT_EQ(titles(memory), std::vector<WideString>{u"War & Peace"});
+    in.close();
+    EXPECT_THROW(received(in), io::IOException);
 }
 
 TEST(Xml, Trees) {

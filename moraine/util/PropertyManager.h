@@ -53,6 +53,7 @@ public:
     ///         "=" where one behind it has; "Line is too long. : (N)"
     /// @throws io::IOException "The stream could not be read." if the stream says that it gave more than it was asked
     ///         for, which is how a socket says that it failed
+    ///
     /// What else the stream throws, and `std::bad_alloc`, passes through.
     void read(io::InputStream* in, const WideChar* encoding);
 
@@ -61,6 +62,7 @@ public:
     /// its end.
     /// @throws text::UnsupportedEncodingException if the encoding is not known
     /// @throws lang::IllegalArgumentException if @p encoding is null
+    ///
     /// What the stream throws, and `std::bad_alloc`, passes through. The counts that its `write` gives are not looked
     /// at.
     void write(io::OutputStream* out, const WideChar* encoding);

@@ -50,6 +50,7 @@ public:
     /// @throws lang::IllegalStateException "Output path is NULL." if no path was set
     /// @throws io::FileNotFoundException, io::IOException if the file cannot be opened, on the terms of
     ///         `io::FileOutputStream::setFileName`; the next `write` tries again
+    ///
     /// What `doWriteLog` throws, and `std::bad_alloc`, passes through; the lock is freed in every case.
     virtual void write(const WideChar* message);
 

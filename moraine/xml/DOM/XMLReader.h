@@ -81,6 +81,7 @@ public:
     ///         the class is `Exception` itself
     /// @throws lang::IllegalArgumentException if the decoder cannot read the bytes
     /// @throws std::length_error if one name, value, text or comment has 2^32 units or more
+    ///
     /// What else the stream throws, and `std::bad_alloc`, passes through.
     bool doRead();
 
