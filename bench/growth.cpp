@@ -3,6 +3,7 @@
 #include <moraine/text/DecoderManager.h>
 #include <moraine/text/EncoderManager.h>
 #include <moraine/util/PropertyManager.h>
+#include <moraine/xml/DOM/Element.h>
 #include <moraine/xml/DOM/XMLReader.h>
 #include <moraine/xml/DOM/XMLWriter.h>
 
