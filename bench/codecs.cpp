@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <benchmark/benchmark.h>
 #include <cstddef>
+#include <cstring>
 #include <memory>
 #include <random>
 #include <string>
@@ -254,6 +255,20 @@ void addUtf8() {
 // Base64 and URL: all at once, from one block to one result. Each peer's result keeps its own type, since a copy of
 // it would be work that nobody asked for.
 
+/// Room that is not filled before it is written.
+class Room {
+public:
+    explicit Room(std::size_t size) : room(new char[size]) {}
+    char* data() const { return room.get(); }
+    unsigned char* bytes() const { return reinterpret_cast<unsigned char*>(room.get()); }
+    std::size_t size() const { return static_cast<std::size_t>(count); }
+
+    int count = 0;
+
+private:
+    std::unique_ptr<char[]> room;
+};
+
 #ifdef BENCH_HAVE_GLIB
 /// What GLib hands over, which its user frees.
 class GlibBytes {
@@ -283,40 +298,30 @@ GlibBytes glibDecoded(const std::string& text) {
 #endif
 
 #ifdef BENCH_HAVE_OPENSSL
-/// Room that is not filled before it is written.
-struct OpensslBytes {
-    explicit OpensslBytes(std::size_t room) : bytes(new unsigned char[room]) {}
-    std::unique_ptr<unsigned char[]> bytes;
-    int count = 0;
-    const char* data() const { return reinterpret_cast<const char*>(bytes.get()); }
-    std::size_t size() const { return static_cast<std::size_t>(count); }
-};
-
 const unsigned char* unsignedBytes(std::string_view bytes) {
     return reinterpret_cast<const unsigned char*>(bytes.data());
 }
 
-OpensslBytes opensslEncoded(std::string_view bytes) {
-    OpensslBytes result(bytes.size() / 3 * 4 + 5);
-    result.count = EVP_EncodeBlock(result.bytes.get(), unsignedBytes(bytes), static_cast<int>(bytes.size()));
+Room opensslEncoded(std::string_view bytes) {
+    Room result(bytes.size() / 3 * 4 + 5);
+    result.count = EVP_EncodeBlock(result.bytes(), unsignedBytes(bytes), static_cast<int>(bytes.size()));
     return result;
 }
 
-OpensslBytes opensslDecoded(std::string_view text) {
-    OpensslBytes result(text.size() / 4 * 3);
-    result.count = EVP_DecodeBlock(result.bytes.get(), unsignedBytes(text), static_cast<int>(text.size()));
+Room opensslDecoded(std::string_view text) {
+    Room result(text.size() / 4 * 3);
+    result.count = EVP_DecodeBlock(result.bytes(), unsignedBytes(text), static_cast<int>(text.size()));
     return result;
 }
 
-OpensslBytes opensslDecodedLines(std::string_view text) {
-    OpensslBytes result(text.size() / 4 * 3);
+Room opensslDecodedLines(std::string_view text) {
+    Room result(text.size() / 4 * 3);
     const std::unique_ptr<EVP_ENCODE_CTX, decltype(&EVP_ENCODE_CTX_free)> context(EVP_ENCODE_CTX_new(),
                                                                                   EVP_ENCODE_CTX_free);
     EVP_DecodeInit(context.get());
     int tail = 0;
-    EVP_DecodeUpdate(context.get(), result.bytes.get(), &result.count, unsignedBytes(text),
-                     static_cast<int>(text.size()));
-    EVP_DecodeFinal(context.get(), result.bytes.get() + result.count, &tail);
+    EVP_DecodeUpdate(context.get(), result.bytes(), &result.count, unsignedBytes(text), static_cast<int>(text.size()));
+    EVP_DecodeFinal(context.get(), result.bytes() + result.count, &tail);
     result.count += tail;
     return result;
 }
@@ -404,11 +409,16 @@ auto inLines(Encode encode) {
         constexpr std::size_t lineLength = 76;
         const auto result = encode(bytes);
         const std::string_view text(result.data(), static_cast<std::size_t>(result.size()));
-        std::string lines;
-        lines.reserve(text.size() + (text.size() / lineLength + 1) * 2);
+        Room lines(text.size() + (text.size() / lineLength + 1) * 2);
+        char* out = lines.data();
         for (std::size_t at = 0; at < text.size(); at += lineLength) {
-            lines.append(text, at, lineLength).append("\r\n", 2);
+            const std::size_t length = std::min(lineLength, text.size() - at);
+            length == lineLength ? std::memcpy(out, &text[at], lineLength) : std::memcpy(out, &text[at], length);
+            out += length;
+            *out++ = '\r';
+            *out++ = '\n';
         }
+        lines.count = static_cast<int>(out - lines.data());
         return lines;
     };
 }
@@ -421,7 +431,10 @@ void addBase64() {
         return made;
     }();
     static const std::string text = ownEncoded(bytes);
-    static const std::string lines = inLines(ownEncoded)(bytes);
+    static const std::string lines = [] {
+        const Room made = inLines(ownEncoded)(bytes);
+        return std::string(made.data(), made.size());
+    }();
 #ifdef BENCH_HAVE_QT
     const auto qtEncoded = [](std::string_view input) { return qtView(input).toBase64(); };
     const auto qtDecoded = [](std::string_view input) { return QByteArray::fromBase64(qtView(input)); };

@@ -14,10 +14,6 @@ typename Text::value_type element(unsigned int bits) {
     return static_cast<typename Text::value_type>(bits & 0xFF);
 }
 
-bool isLineEnd(const char* at, const char* end) {
-    return end - at >= 2 && at[0] == '\r' && at[1] == '\n';
-}
-
 }  // namespace
 
 Base64Decoder::~Base64Decoder() = default;
@@ -71,7 +67,7 @@ Base64Decoder::Groups Base64Decoder::takeGroups(const char* bytes, unsigned int 
     char tail[4];
     const char* at = text.data() + text.size();
     for (std::size_t missing = kept; missing > 0;) {
-        if (at - text.data() >= 2 && isLineEnd(at - 2, at)) {
+        if (at - text.data() >= 2 && kernels::isLineEnd(at - 2, at)) {
             at -= 2;
         } else {
             tail[--missing] = *--at;
@@ -83,7 +79,7 @@ Base64Decoder::Groups Base64Decoder::takeGroups(const char* bytes, unsigned int 
 
 void Base64Decoder::nextGroup(Groups& groups, char* group) {
     for (int i = 0; i < 4; ++i) {
-        while (isLineEnd(groups.at, groups.end)) {
+        while (kernels::isLineEnd(groups.at, groups.end)) {
             groups.at += 2;
         }
         group[i] = *groups.at++;
@@ -92,27 +88,21 @@ void Base64Decoder::nextGroup(Groups& groups, char* group) {
 
 template <class Element>
 void Base64Decoder::decodeFull(Groups& groups, std::size_t count, Element* out) const {
-    while (true) {
-        const std::size_t done = kernels::decodeBase64(groups.at, count, out);
-        groups.at += 4 * done;
-        out += 3 * done;
-        count -= done;
-        if (count == 0) {
-            return;
-        }
-        if (isLineEnd(groups.at, groups.end)) {
-            groups.at += 2;
-            continue;
-        }
+    kernels::Walk<Element> walk{groups.at, groups.end, out};
+    while ((count = kernels::decodeBase64(walk, count)) > 0) {
         // Either a line ends inside this group, or one of its characters has no value.
         char group[4];
+        groups.at = walk.at;
         nextGroup(groups, group);
         for (const char c : group) {
             getBase64Index(c);
         }
-        out += 3 * kernels::scalar::decodeBase64(group, 1, out);
+        kernels::Walk<Element> one{group, group + 4, walk.out};
+        kernels::scalar::decodeBase64(one, 1);
+        walk = {groups.at, groups.end, one.out};
         --count;
     }
+    groups.at = walk.at;
 }
 
 template <class Text>

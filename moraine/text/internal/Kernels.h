@@ -21,7 +21,7 @@ template <class Element>
 struct Walk {
     const char* at;
     const char* end;
-    Element* out;  ///< has room for an element for each byte from @p at on
+    Element* out;  ///< has room for an element for each byte from @p at on, if nothing else is said
 
     [[nodiscard]] std::size_t left() const noexcept { return static_cast<std::size_t>(end - at); }
 };
@@ -54,6 +54,10 @@ inline int base64Value(char c) noexcept {
 
 constexpr bool hasBase64Value(unsigned char c) noexcept {
     return base64Values[c] != noBase64Value;
+}
+
+inline bool isLineEnd(const char* at, const char* end) noexcept {
+    return end - at >= 2 && at[0] == '\r' && at[1] == '\n';
 }
 
 namespace scalar {
@@ -148,25 +152,33 @@ inline void encodeBase64(const unsigned char* bytes, std::size_t groups, char* o
     }
 }
 
-/// Writes 3 elements, which are bytes or units from 0 to 255, for each of @p groups groups of 4 Base64 characters.
-/// Stops in front of the first group with a character that has no value; returns the number of groups decoded.
+/// Decodes @p groups groups of 4 Base64 characters to 3 elements each, which are bytes or units from 0 to 255, and
+/// passes over CR LF pairs in front of a group. As many characters lie in front of the walk's end. Stands in front of
+/// the first group that is broken by a CR LF pair or by a character without value; returns the number of groups that
+/// are left.
 template <class Element>
-std::size_t decodeBase64(const char* text, std::size_t groups, Element* out) noexcept {
-    std::size_t done = 0;
-    for (; done < groups; ++done, text += 4, out += 3) {
-        const int a = base64Value(text[0]);
-        const int b = base64Value(text[1]);
-        const int c = base64Value(text[2]);
-        const int d = base64Value(text[3]);
+std::size_t decodeBase64(Walk<Element>& walk, std::size_t groups) noexcept {
+    while (groups > 0) {
+        const int a = base64Value(walk.at[0]);
+        const int b = base64Value(walk.at[1]);
+        const int c = base64Value(walk.at[2]);
+        const int d = base64Value(walk.at[3]);
         if ((a | b | c | d) < 0) {
-            break;
+            if (!isLineEnd(walk.at, walk.end)) {
+                break;
+            }
+            walk.at += 2;
+            continue;
         }
         const auto bits = static_cast<unsigned int>(a << 18 | b << 12 | c << 6 | d);
-        out[0] = static_cast<Element>(bits >> 16 & 0xFF);
-        out[1] = static_cast<Element>(bits >> 8 & 0xFF);
-        out[2] = static_cast<Element>(bits & 0xFF);
+        walk.out[0] = static_cast<Element>(bits >> 16 & 0xFF);
+        walk.out[1] = static_cast<Element>(bits >> 8 & 0xFF);
+        walk.out[2] = static_cast<Element>(bits & 0xFF);
+        walk.at += 4;
+        walk.out += 3;
+        --groups;
     }
-    return done;
+    return groups;
 }
 
 /// The number of units for which the URL form has one character and no escape.
@@ -277,8 +289,8 @@ inline void encodeBase64(const unsigned char* bytes, std::size_t groups, char* o
 }
 
 template <class Element>
-std::size_t decodeBase64(const char* text, std::size_t groups, Element* out) noexcept {
-    return hasAvx2() ? avx2::decodeBase64(text, groups, out) : scalar::decodeBase64(text, groups, out);
+std::size_t decodeBase64(Walk<Element>& walk, std::size_t groups) noexcept {
+    return hasAvx2() ? avx2::decodeBase64(walk, groups) : scalar::decodeBase64(walk, groups);
 }
 
 template <class Unit>

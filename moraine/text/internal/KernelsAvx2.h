@@ -350,31 +350,42 @@ MORAINE_AVX2 inline void storeElements(WideChar* out, __m128i bytes) noexcept {
     store(out, _mm256_cvtepu8_epi16(bytes));
 }
 
-template <class Element>
-MORAINE_AVX2 std::size_t decodeBase64(const char* text, std::size_t groups, Element* out) noexcept {
+/// The values of 32 Base64 characters, some values for others.
+MORAINE_AVX2 inline __m256i base64Values32(__m256i characters) noexcept {
     // What lies between character and value, for the rows of 16 characters. '/' has the empty row 1 to itself.
     alignas(16) static constexpr Shuffle distances = {0, 63 - '/', 62 - '+', 52 - '0', -'A', -'A', 26 - 'a', 26 - 'a'};
+    const __m256i high = _mm256_and_si256(_mm256_srli_epi16(characters, 4), _mm256_set1_epi8(0x0F));
+    const __m256i row = _mm256_add_epi8(high, _mm256_cmpeq_epi8(characters, _mm256_set1_epi8('/')));
+    return _mm256_add_epi8(characters, _mm256_shuffle_epi8(loadTwice(distances), row));
+}
+
+template <class Element>
+MORAINE_AVX2 std::size_t decodeBase64(Walk<Element>& walk, std::size_t groups) noexcept {
     // The 24 bits of a group lie in four bytes, the lowest first.
     alignas(16) static constexpr Shuffle bytesOfGroups = {2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1};
-    std::size_t done = 0;
     // 8 groups give 24 elements, and 4 behind them are written.
-    for (; groups - done >= 10; done += 8, text += 32, out += 24) {
-        const __m256i in = load32(text);
-        const __m256i bad = outside(in, base64Set);
-        if (_mm256_testz_si256(bad, bad) == 0) {
-            break;
-        }
-        const __m256i high = _mm256_and_si256(_mm256_srli_epi16(in, 4), _mm256_set1_epi8(0x0F));
-        const __m256i row = _mm256_add_epi8(high, _mm256_cmpeq_epi8(in, _mm256_set1_epi8('/')));
-        const __m256i values = _mm256_add_epi8(in, _mm256_shuffle_epi8(loadTwice(distances), row));
+    while (groups >= 10) {
+        const __m256i in = load32(walk.at);
         // Neighbours are joined twice: the first is multiplied to its place above the second.
-        const __m256i pairs = _mm256_maddubs_epi16(values, _mm256_set1_epi16(0x0140));
+        const __m256i pairs = _mm256_maddubs_epi16(base64Values32(in), _mm256_set1_epi16(0x0140));
         const __m256i joined = _mm256_madd_epi16(pairs, _mm256_set1_epi32(0x00011000));
         const __m256i bytes = _mm256_shuffle_epi8(joined, loadTwice(bytesOfGroups));
-        storeElements(out, _mm256_castsi256_si128(bytes));
-        storeElements(out + 12, _mm256_extracti128_si256(bytes, 1));
+        storeElements(walk.out, _mm256_castsi256_si128(bytes));
+        storeElements(walk.out + 12, _mm256_extracti128_si256(bytes, 1));
+        // What stands in front of a bad character, which mostly is the end of a line, is decoded by now.
+        const std::uint32_t bad = ~equalBytes(outside(in, base64Set), 0);
+        const std::size_t good = bad == 0 ? 8 : static_cast<std::size_t>(__builtin_ctz(bad)) / 4;
+        walk.at += 4 * good;
+        walk.out += 3 * good;
+        groups -= good;
+        if (bad != 0) {
+            if (!isLineEnd(walk.at, walk.end)) {
+                return groups;
+            }
+            walk.at += 2;
+        }
     }
-    return done + scalar::decodeBase64(text, groups - done, out);
+    return scalar::decodeBase64(walk, groups);
 }
 
 MORAINE_AVX2 inline __m256i loadBytes(const unsigned char* bytes) noexcept {

@@ -5,7 +5,7 @@
 
 #include "moraine/text/WideChar.h"
 
-#if defined(__SSE2__)
+#if defined(__SSE2__) && !defined(MORAINE_NO_VECTOR_CODE)
 #include <emmintrin.h>
 #endif
 
@@ -94,7 +94,7 @@ inline std::size_t narrowAscii(const WideChar* text, std::size_t length, char* t
 
 using scalar::blockSize;
 
-#if defined(__SSE2__)
+#if defined(__SSE2__) && !defined(MORAINE_NO_VECTOR_CODE)
 
 // Each twin takes whole registers while they fit and leaves the rest, and the exact place of a hit, to the scalar
 // function. Loads are unaligned and stay inside the text. A register holds 8 units or 16 bytes.
