@@ -1,5 +1,7 @@
 #include "moraine/text/Base64Decoder.h"
 
+#include <algorithm>
+
 #include "moraine/lang/IllegalArgumentException.h"
 #include "moraine/lang/internal/Raise.h"
 #include "moraine/text/internal/Extend.h"
@@ -14,21 +16,68 @@ typename Text::value_type element(unsigned int bits) {
     return static_cast<typename Text::value_type>(bits & 0xFF);
 }
 
+bool endsInLineEnd(std::string_view text) {
+    return text.size() >= 2 && text[text.size() - 2] == '\r' && text.back() == '\n';
+}
+
+std::size_t countLineEnds(std::string_view text) {
+    std::size_t count = 0;
+    for (std::size_t i = 1; i < text.size(); ++i) {
+        count += static_cast<std::size_t>(text[i - 1] == '\r' && text[i] == '\n');
+    }
+    return count;
+}
+
+/// Decodes what it can, but the last character and so not the last group; returns how much of the text that was,
+/// which is whole groups and CR LF pairs. The text does not end in such a pair.
+template <class Text>
+std::size_t decodeAhead(std::string_view text, Text& result) {
+    if (text.empty()) {
+        return 0;
+    }
+    const char* const end = text.data() + text.size() - 1;
+    kernels::Walk<typename Text::value_type> walk{text.data(), text.data(), nullptr};
+    // By pieces that stay in the processor's first cache, since a standard string fills what it is extended by.
+    while (walk.left() < 4 && end - walk.at >= 4) {
+        walk.end = walk.at + std::min<std::ptrdiff_t>(end - walk.at, 8192);
+        walk.out = extend(result, walk.left() / 4 * 3);
+        kernels::decodeBase64(walk);
+        result.resize(static_cast<std::size_t>(walk.out - result.data()));
+    }
+    return static_cast<std::size_t>(walk.at - text.data());
+}
+
+/// Takes the next 4 characters that are not of a CR LF pair; returns whether there are any.
+template <class Element>
+bool takeGroup(kernels::Walk<Element>& walk, char* group) {
+    int count = 0;
+    while (count < 4 && walk.at < walk.end) {
+        if (!kernels::passLineEnd(walk)) {
+            group[count++] = *walk.at++;
+        }
+    }
+    return count == 4;
+}
+
 }  // namespace
 
 Base64Decoder::~Base64Decoder() = default;
 
 OwnedByteString Base64Decoder::doDecode(const char* bytes, unsigned int length, bool last) {
-    return decodeGroups<ByteString>(takeGroups(bytes, length, last));
+    auto result = std::make_unique<ByteString>();
+    decodeRest(takeGroups(bytes, length, last, *result), *result);
+    return result;
 }
 
 OwnedWideString Base64Decoder::doDecodeM2W(const char* bytes, unsigned int length, bool last) {
-    const Groups groups = takeGroups(bytes, length, last);
+    auto result = std::make_unique<WideString>();
+    const Rest rest = takeGroups(bytes, length, last, *result);
     try {
-        return decodeGroups<WideString>(groups);
+        decodeRest(rest, *result);
     } catch (lang::IllegalArgumentException& e) {
         lang::passOn(e, getClassName());
     }
+    return result;
 }
 
 void Base64Decoder::clear() {
@@ -53,78 +102,70 @@ unsigned int Base64Decoder::getBase64Index(char c) const {
     return static_cast<unsigned int>(value);
 }
 
-Base64Decoder::Groups Base64Decoder::takeGroups(const char* bytes, unsigned int length, bool last) {
-    const std::string_view text = held.join(bytes, length, workText);
-    const std::size_t count = text.size() - 2 * kernels::countLineEnds(text.data(), text.size());
+template <class Text>
+Base64Decoder::Rest Base64Decoder::takeGroups(const char* bytes, unsigned int length, bool last, Text& result) {
+    std::string_view text = held.join(bytes, length, workText);
+    while (endsInLineEnd(text)) {
+        text.remove_suffix(2);
+    }
+    result.reserve(text.size() / 4 * 3);
+    text.remove_prefix(decodeAhead(text, result));
+
+    // What was taken are whole groups, so what is left tells how the text ends.
+    const std::size_t count = text.size() - 2 * countLineEnds(text);
     const std::size_t incomplete = count % 4;
     if (last && incomplete != 0) {
         lang::raise<lang::IllegalArgumentException>(getClassName());
     }
-    if (last && count > 0) {
-        return {text.data(), text.data() + text.size(), count / 4 - 1, true};
-    }
-    const std::size_t kept = incomplete != 0 || count == 0 ? incomplete : 4;
-    char tail[4];
-    const char* at = text.data() + text.size();
-    for (std::size_t missing = kept; missing > 0;) {
-        if (at - text.data() >= 2 && kernels::isLineEnd(at - 2, at)) {
-            at -= 2;
+    const std::size_t tailLength = incomplete != 0 || count == 0 ? incomplete : 4;
+    Rest rest;
+    for (std::size_t missing = tailLength; missing > 0;) {
+        if (endsInLineEnd(text)) {
+            text.remove_suffix(2);
         } else {
-            tail[--missing] = *--at;
+            rest.tail[--missing] = text.back();
+            text.remove_suffix(1);
         }
     }
-    held.hold({tail, kept});
-    return {text.data(), at, (count - kept) / 4, false};
-}
-
-void Base64Decoder::nextGroup(Groups& groups, char* group) {
-    for (int i = 0; i < 4; ++i) {
-        while (kernels::isLineEnd(groups.at, groups.end)) {
-            groups.at += 2;
-        }
-        group[i] = *groups.at++;
+    rest.full = text;
+    rest.closed = last && count > 0;
+    if (!last) {
+        held.hold({rest.tail, tailLength});
     }
-}
-
-template <class Element>
-void Base64Decoder::decodeFull(Groups& groups, std::size_t count, Element* out) const {
-    kernels::Walk<Element> walk{groups.at, groups.end, out};
-    while ((count = kernels::decodeBase64(walk, count)) > 0) {
-        // Either a line ends inside this group, or one of its characters has no value.
-        char group[4];
-        groups.at = walk.at;
-        nextGroup(groups, group);
-        for (const char c : group) {
-            getBase64Index(c);
-        }
-        kernels::Walk<Element> one{group, group + 4, walk.out};
-        kernels::scalar::decodeBase64(one, 1);
-        walk = {groups.at, groups.end, one.out};
-        --count;
-    }
-    groups.at = walk.at;
+    return rest;
 }
 
 template <class Text>
-std::unique_ptr<Text> Base64Decoder::decodeGroups(Groups groups) const {
-    auto result = std::make_unique<Text>();
-    result->reserve(3 * (groups.full + (groups.closed ? 1 : 0)));
-    extendByPieces(*result, groups.full, 3, [&](auto* out, std::size_t count) { decodeFull(groups, count, out); });
-    if (groups.closed) {
+void Base64Decoder::decodeRest(const Rest& rest, Text& result) const {
+    using Element = typename Text::value_type;
+    kernels::Walk<Element> walk{rest.full.data(), rest.full.data() + rest.full.size(),
+                                extend(result, rest.full.size() / 4 * 3)};
+    while (walk.at < walk.end) {
+        kernels::decodeBase64(walk);
         char group[4];
-        nextGroup(groups, group);
-        const unsigned int first = getBase64Index(group[0]) << 2;
-        const unsigned int second = getBase64Index(group[1]);
-        result->push_back(element<Text>(first | second >> 4));
-        if (group[2] != '=') {
-            const unsigned int third = getBase64Index(group[2]);
-            result->push_back(element<Text>(second << 4 | third >> 2));
-            if (group[3] != '=') {
-                result->push_back(element<Text>(third << 6 | getBase64Index(group[3])));
+        if (takeGroup(walk, group)) {
+            // Either a line ended inside this group, or one of its characters has no value.
+            for (const char c : group) {
+                getBase64Index(c);
+            }
+            kernels::Walk<Element> one{group, group + 4, walk.out};
+            kernels::scalar::decodeBase64(one);
+            walk.out = one.out;
+        }
+    }
+    result.resize(static_cast<std::size_t>(walk.out - result.data()));
+    if (rest.closed) {
+        const unsigned int first = getBase64Index(rest.tail[0]) << 2;
+        const unsigned int second = getBase64Index(rest.tail[1]);
+        result.push_back(element<Text>(first | second >> 4));
+        if (rest.tail[2] != '=') {
+            const unsigned int third = getBase64Index(rest.tail[2]);
+            result.push_back(element<Text>(second << 4 | third >> 2));
+            if (rest.tail[3] != '=') {
+                result.push_back(element<Text>(third << 6 | getBase64Index(rest.tail[3])));
             }
         }
     }
-    return result;
 }
 
 }  // namespace moraine::text

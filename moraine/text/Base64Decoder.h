@@ -42,26 +42,19 @@ private:
     /// @throws lang::IllegalArgumentException with the character between apostrophes, if it has none
     unsigned int getBase64Index(char c) const;
 
-    /// What is to be decoded now: text with CR LF pairs in it.
-    struct Groups {
-        const char* at;
-        const char* end;
-        std::size_t full;  // groups of 4 characters, of which none is padding
-        bool closed;       // whether the last group of the stream, which may be padded, stands behind those
+    /// What is to be decoded behind the groups that could be taken without a look at the end.
+    struct Rest {
+        std::string_view full;  // whole groups with CR LF pairs
+        char tail[4] = {};      // the last characters that are not of a CR LF pair: one group at most
+        bool closed = false;    // whether the tail is the last group of the stream, which may be padded
     };
 
-    /// What was held and the block, without what stays back, which is held from here on.
-    Groups takeGroups(const char* bytes, unsigned int length, bool last);
-
-    /// Takes the next 4 characters that are not of a CR LF pair.
-    static void nextGroup(Groups& groups, char* group);
-
-    /// Decodes the next @p count groups.
-    template <class Element>
-    void decodeFull(Groups& groups, std::size_t count, Element* out) const;
+    /// Decodes ahead what was held and the block. What stays back is held from here on.
+    template <class Text>
+    Rest takeGroups(const char* bytes, unsigned int length, bool last, Text& result);
 
     template <class Text>
-    std::unique_ptr<Text> decodeGroups(Groups groups) const;
+    void decodeRest(const Rest& rest, Text& result) const;
 
     HeldBytes<4> held;
     ByteString workText;  // means nothing between calls

@@ -56,8 +56,12 @@ constexpr bool hasBase64Value(unsigned char c) noexcept {
     return base64Values[c] != noBase64Value;
 }
 
-inline bool isLineEnd(const char* at, const char* end) noexcept {
-    return end - at >= 2 && at[0] == '\r' && at[1] == '\n';
+/// Passes over one CR LF pair; returns whether there was one.
+template <class Element>
+bool passLineEnd(Walk<Element>& walk) noexcept {
+    const bool isLineEnd = walk.left() >= 2 && walk.at[0] == '\r' && walk.at[1] == '\n';
+    walk.at += isLineEnd ? 2 : 0;
+    return isLineEnd;
 }
 
 namespace scalar {
@@ -152,33 +156,27 @@ inline void encodeBase64(const unsigned char* bytes, std::size_t groups, char* o
     }
 }
 
-/// Decodes @p groups groups of 4 Base64 characters to 3 elements each, which are bytes or units from 0 to 255, and
-/// passes over CR LF pairs in front of a group. As many characters lie in front of the walk's end. Stands in front of
-/// the first group that is broken by a CR LF pair or by a character without value; returns the number of groups that
-/// are left.
+/// Decodes groups of 4 Base64 characters to 3 elements each, which are bytes or units from 0 to 255, and passes over CR
+/// LF pairs between them. Stands in front of the first group that is broken by a CR LF pair, by a character without
+/// value or by the walk's end. There is room for 3 elements for each 4 bytes.
 template <class Element>
-std::size_t decodeBase64(Walk<Element>& walk, std::size_t groups) noexcept {
-    while (groups > 0) {
+void decodeBase64(Walk<Element>& walk) noexcept {
+    while (walk.left() >= 4) {
         const int a = base64Value(walk.at[0]);
         const int b = base64Value(walk.at[1]);
         const int c = base64Value(walk.at[2]);
         const int d = base64Value(walk.at[3]);
-        if ((a | b | c | d) < 0) {
-            if (!isLineEnd(walk.at, walk.end)) {
-                break;
-            }
-            walk.at += 2;
-            continue;
+        if ((a | b | c | d) >= 0) {
+            const auto bits = static_cast<unsigned int>(a << 18 | b << 12 | c << 6 | d);
+            walk.out[0] = static_cast<Element>(bits >> 16 & 0xFF);
+            walk.out[1] = static_cast<Element>(bits >> 8 & 0xFF);
+            walk.out[2] = static_cast<Element>(bits & 0xFF);
+            walk.at += 4;
+            walk.out += 3;
+        } else if (!passLineEnd(walk)) {
+            return;
         }
-        const auto bits = static_cast<unsigned int>(a << 18 | b << 12 | c << 6 | d);
-        walk.out[0] = static_cast<Element>(bits >> 16 & 0xFF);
-        walk.out[1] = static_cast<Element>(bits >> 8 & 0xFF);
-        walk.out[2] = static_cast<Element>(bits & 0xFF);
-        walk.at += 4;
-        walk.out += 3;
-        --groups;
     }
-    return groups;
 }
 
 /// The number of units for which the URL form has one character and no escape.
@@ -242,15 +240,6 @@ inline void decodeUrl(Walk<WideChar>& walk) noexcept {
     }
 }
 
-/// The number of CR LF pairs.
-inline std::size_t countLineEnds(const char* text, std::size_t length) noexcept {
-    std::size_t count = 0;
-    for (std::size_t i = 1; i < length; ++i) {
-        count += static_cast<std::size_t>(text[i - 1] == '\r' && text[i] == '\n');
-    }
-    return count;
-}
-
 }  // namespace scalar
 }  // namespace moraine::text::kernels
 
@@ -289,8 +278,8 @@ inline void encodeBase64(const unsigned char* bytes, std::size_t groups, char* o
 }
 
 template <class Element>
-std::size_t decodeBase64(Walk<Element>& walk, std::size_t groups) noexcept {
-    return hasAvx2() ? avx2::decodeBase64(walk, groups) : scalar::decodeBase64(walk, groups);
+void decodeBase64(Walk<Element>& walk) noexcept {
+    hasAvx2() ? avx2::decodeBase64(walk) : scalar::decodeBase64(walk);
 }
 
 template <class Unit>
@@ -301,10 +290,6 @@ std::size_t countPlain(const Unit* text, std::size_t length) noexcept {
 template <class Element>
 void decodeUrl(Walk<Element>& walk) noexcept {
     hasAvx2() ? avx2::decodeUrl(walk) : scalar::decodeUrl(walk);
-}
-
-inline std::size_t countLineEnds(const char* text, std::size_t length) noexcept {
-    return hasAvx2() ? avx2::countLineEnds(text, length) : scalar::countLineEnds(text, length);
 }
 
 }  // namespace moraine::text::kernels

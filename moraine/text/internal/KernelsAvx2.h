@@ -360,11 +360,11 @@ MORAINE_AVX2 inline __m256i base64Values32(__m256i characters) noexcept {
 }
 
 template <class Element>
-MORAINE_AVX2 std::size_t decodeBase64(Walk<Element>& walk, std::size_t groups) noexcept {
+MORAINE_AVX2 void decodeBase64(Walk<Element>& walk) noexcept {
     // The 24 bits of a group lie in four bytes, the lowest first.
     alignas(16) static constexpr Shuffle bytesOfGroups = {2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1};
     // 8 groups give 24 elements, and 4 behind them are written.
-    while (groups >= 10) {
+    while (walk.left() >= 40) {
         const __m256i in = load32(walk.at);
         // Neighbours are joined twice: the first is multiplied to its place above the second.
         const __m256i pairs = _mm256_maddubs_epi16(base64Values32(in), _mm256_set1_epi16(0x0140));
@@ -372,20 +372,21 @@ MORAINE_AVX2 std::size_t decodeBase64(Walk<Element>& walk, std::size_t groups) n
         const __m256i bytes = _mm256_shuffle_epi8(joined, loadTwice(bytesOfGroups));
         storeElements(walk.out, _mm256_castsi256_si128(bytes));
         storeElements(walk.out + 12, _mm256_extracti128_si256(bytes, 1));
-        // What stands in front of a bad character, which mostly is the end of a line, is decoded by now.
         const std::uint32_t bad = ~equalBytes(outside(in, base64Set), 0);
-        const std::size_t good = bad == 0 ? 8 : static_cast<std::size_t>(__builtin_ctz(bad)) / 4;
-        walk.at += 4 * good;
-        walk.out += 3 * good;
-        groups -= good;
-        if (bad != 0) {
-            if (!isLineEnd(walk.at, walk.end)) {
-                return groups;
-            }
-            walk.at += 2;
+        if (bad == 0) {
+            walk.at += 32;
+            walk.out += 24;
+            continue;
+        }
+        // What stands in front of a bad character, which mostly is the end of a line, is decoded by now.
+        const int good = __builtin_ctz(bad) / 4;
+        walk.at += good * 4;
+        walk.out += good * 3;
+        if (!passLineEnd(walk)) {
+            return;
         }
     }
-    return scalar::decodeBase64(walk, groups);
+    scalar::decodeBase64(walk);
 }
 
 MORAINE_AVX2 inline __m256i loadBytes(const unsigned char* bytes) noexcept {
@@ -432,17 +433,6 @@ MORAINE_AVX2 void decodeUrl(Walk<Element>& walk) noexcept {
         }
     }
     scalar::decodeUrl(walk);
-}
-
-MORAINE_AVX2 inline std::size_t countLineEnds(const char* text, std::size_t length) noexcept {
-    std::size_t count = 0;
-    std::size_t at = 0;
-    // The pair that starts with a window's last byte counts to that window.
-    for (; length - at > 32; at += 32) {
-        const std::uint32_t returns = equalBytes(load32(text + at), '\r');
-        count += countBits(returns & equalBytes(load32(text + at + 1), '\n'));
-    }
-    return count + scalar::countLineEnds(text + at, length - at);
 }
 
 }  // namespace avx2
