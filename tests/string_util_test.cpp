@@ -115,6 +115,13 @@ TEST(StringUtil, CaseAndMultibyteTextByTheLocale) {
             EXPECT_TRUE(applied(&StringUtil::toWide, text) == result || (onlyUtf8 && !utf8)) << text;
         }
     }
+    // A thread's own locale goes before that of the process.
+    if (const locale_t own = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr)) {
+        const locale_t former = ::uselocale(own);
+        EXPECT_EQ(applied(&StringUtil::toUpperW, u"a\u00E9"s), u"A\u00C9");
+        ::uselocale(former);
+        ::freelocale(own);
+    }
     EXPECT_EQ(applied(&StringUtil::wide2Chars, u"\x41\x142\0\xFF\x100\xFFFF"s), "\x41\x01\x42\0\xFF\x01\0\xFF\xFF"s);
 }
 // clang-format on
