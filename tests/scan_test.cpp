@@ -14,6 +14,8 @@ bool agree(const WideChar* text, const char* bytes, std::size_t size, WideChar o
     std::vector<char> narrow(size, '#'), narrowScalar(narrow);
     return scan::find(text, size, one) == scan::scalar::find(text, size, one) &&
            scan::findEither(text, size, one, two) == scan::scalar::findEither(text, size, one, two) &&
+           scan::findNameEnd(text, size) == scan::scalar::findNameEnd(text, size) &&
+           scan::findSolid(text, size) == scan::scalar::findSolid(text, size) &&
            scan::widenAscii(bytes, size, wide.data()) == scan::scalar::widenAscii(bytes, size, wideScalar.data()) &&
            scan::narrowAscii(text, size, narrow.data()) == scan::scalar::narrowAscii(text, size, narrowScalar.data()) &&
            wide == wideScalar && narrow == narrowScalar;
@@ -54,6 +56,33 @@ TEST(Scan, PlacesInABlock) {
     };
     check(char());
     check(WideChar());
+}
+
+TEST(Scan, EveryUnitAmongWhiteSpaceAndInNames) {
+    const std::string white = " \t\r\n", tagUnits = white + "=\"'<>&" + '\0';
+    for (unsigned int unit = 0; unit < 0x10000; ++unit) {
+        WideString text(23, static_cast<WideChar>(unit));
+        const bool isWhite = unit < 128 && white.find(static_cast<char>(unit)) != std::string::npos;
+        const bool inTags = unit < 128 && tagUnits.find(static_cast<char>(unit)) != std::string::npos;
+        ASSERT_EQ(scan::findSolid(text.data(), 23), isWhite ? 23 : 0) << unit;
+        ASSERT_TRUE(!inTags || scan::findNameEnd(text.data(), 23) == 0) << unit;
+        for (std::size_t hit = 0; hit < 23; ++hit) {
+            text.assign(23, u' ')[hit] = static_cast<WideChar>(unit);
+            ASSERT_EQ(scan::findSolid(text.data(), 23), isWhite ? 23 : hit) << unit;
+            text.assign(23, u'n')[hit] = static_cast<WideChar>(unit);
+            ASSERT_EQ(scan::findNameEnd(text.data(), 23), scan::scalar::isNameUnit(text[hit]) ? 23 : hit) << unit;
+        }
+    }
+}
+
+TEST(Scan, WhiteSpaceOfEveryLengthAndAlignment) {
+    for (std::size_t length = 0; length <= 200; ++length) {
+        for (std::size_t start = 0; start < 16; ++start) {
+            const WideString text = WideString(start + length, u" \n\t\r"[length % 4]) + u"x ";
+            ASSERT_EQ(scan::findSolid(&text[start], length), length) << start;
+            ASSERT_EQ(scan::findSolid(&text[start], length + 2), length) << start;
+        }
+    }
 }
 
 }  // namespace

@@ -58,6 +58,35 @@ inline std::size_t findEither(const WideChar* text, std::size_t length, WideChar
     return at;
 }
 
+/// Whether a unit is white-space to XML: blank, tab, line feed or carriage return.
+inline bool isWhite(WideChar unit) noexcept {
+    return unit == u' ' || unit == u'\n' || unit == u'\t' || unit == u'\r';
+}
+
+/// The index of the first unit that is no white-space, or @p length if there is none.
+inline std::size_t findSolid(const WideChar* text, std::size_t length) noexcept {
+    std::size_t at = 0;
+    while (at < length && isWhite(text[at])) {
+        ++at;
+    }
+    return at;
+}
+
+/// Whether a unit has no part in what a tag is made of: brackets, quotes, "=", "&", white-space and zero. Some units
+/// that are rare in names are not among these either, so that two ranges tell.
+inline bool isNameUnit(WideChar unit) noexcept {
+    return unit >= u'-' && (unit < u';' || unit > u'>');
+}
+
+/// The index of the first unit that is no name unit, or @p length if there is none.
+inline std::size_t findNameEnd(const WideChar* text, std::size_t length) noexcept {
+    std::size_t at = 0;
+    while (at < length && isNameUnit(text[at])) {
+        ++at;
+    }
+    return at;
+}
+
 /// Whether markup writes this unit as a reference: `&`, `<`, `>` and the two quotes.
 inline bool isReserved(WideChar unit) noexcept {
     return unit == u'&' || unit == u'<' || unit == u'>' || unit == u'\'' || unit == u'"';
@@ -93,6 +122,7 @@ inline std::size_t narrowAscii(const WideChar* text, std::size_t length, char* t
 }  // namespace scalar
 
 using scalar::blockSize;
+using scalar::isWhite;
 
 #if defined(__SSE2__) && !defined(MORAINE_NO_VECTOR_CODE)
 
@@ -158,10 +188,46 @@ inline std::size_t findEither(const WideChar* text, std::size_t length, WideChar
     return at + scalar::findEither(text + at, length - at, one, other);
 }
 
+/// All bits of those units that are equal to one.
+inline __m128i matches(__m128i units, WideChar unit) noexcept {
+    return _mm_cmpeq_epi16(units, _mm_set1_epi16(static_cast<short>(unit)));
+}
+
+inline std::size_t findSolid(const WideChar* text, std::size_t length) noexcept {
+    // Mostly there is no white-space at all.
+    if (length == 0 || !scalar::isWhite(*text)) {
+        return 0;
+    }
+    std::size_t at = 0;
+    for (; length - at >= 8; at += 8) {
+        const __m128i units = load(text + at);
+        const __m128i lines = _mm_or_si128(matches(units, u'\n'), matches(units, u'\r'));
+        const __m128i blanks = _mm_or_si128(matches(units, u' '), matches(units, u'\t'));
+        const int mask = _mm_movemask_epi8(_mm_or_si128(lines, blanks));
+        if (mask != 0xFFFF) {
+            return at + firstHit(~mask);
+        }
+    }
+    return at + scalar::findSolid(text + at, length - at);
+}
+
+inline std::size_t findNameEnd(const WideChar* text, std::size_t length) noexcept {
+    const __m128i zero = _mm_setzero_si128();
+    std::size_t at = 0;
+    for (; length - at >= 8; at += 8) {
+        const __m128i units = load(text + at);
+        const __m128i low = _mm_subs_epu16(units, _mm_set1_epi16(u'-' - 1));
+        const __m128i brackets =
+            _mm_subs_epu16(_mm_sub_epi16(units, _mm_set1_epi16(u';')), _mm_set1_epi16(u'>' - u';'));
+        const int mask = _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi16(low, zero), _mm_cmpeq_epi16(brackets, zero)));
+        if (mask != 0) {
+            return at + firstHit(mask);
+        }
+    }
+    return at + scalar::findNameEnd(text + at, length - at);
+}
+
 inline std::size_t findReserved(const WideChar* text, std::size_t length) noexcept {
-    const auto matches = [](__m128i units, WideChar unit) {
-        return _mm_cmpeq_epi16(units, _mm_set1_epi16(static_cast<short>(unit)));
-    };
     std::size_t at = 0;
     for (; length - at >= 8; at += 8) {
         const __m128i units = load(text + at);
@@ -212,7 +278,9 @@ using scalar::differing;
 using scalar::equalTo;
 using scalar::find;
 using scalar::findEither;
+using scalar::findNameEnd;
 using scalar::findReserved;
+using scalar::findSolid;
 using scalar::narrowAscii;
 using scalar::widenAscii;
 

@@ -26,7 +26,15 @@ using lang::message;
 constexpr std::size_t declarationStart = 6;
 
 /// What a unit means within a tag, as bits.
-enum UnitKind : unsigned char { white = 1, equals = 2, quote = 4, bracket = 8, ampersand = 16, zero = 32 };
+enum UnitKind : unsigned char {
+    white = 1,
+    equals = 2,
+    quote = 4,
+    bracket = 8,
+    closing = 16,
+    ampersand = 32,
+    zero = 64
+};
 
 constexpr auto asciiKinds = [] {
     std::array<unsigned char, 128> kinds{};
@@ -34,6 +42,7 @@ constexpr auto asciiKinds = [] {
     kinds[u'='] = equals;
     kinds[u'"'] = kinds[u'\''] = quote;
     kinds[u'<'] = bracket;
+    kinds[u'>'] = closing;
     kinds[u'&'] = ampersand;
     kinds[0] = zero;
     return kinds;
@@ -120,7 +129,7 @@ const WideChar* XMLReader::getClassName() const {
 }
 
 bool XMLReader::isWhilteSpace(WideChar c) const {
-    return kindOf(c) == white;
+    return text::scan::isWhite(c);
 }
 
 // The declaration is examined as bytes, since it is what tells the encoding of the rest. Its text stays pending until
@@ -134,14 +143,13 @@ void XMLReader::readProlog() {
     try {
         // Here the references are resolved by the attributes themselves.
         refuseBracket(0, length, declarationStart);
-        doAttributeParse(0, length, declarationStart,
-                         [this](std::size_t name, std::size_t nameEnd, std::size_t value, std::size_t valueEnd) {
-                             auto attribute = std::make_unique<Attr>();
-                             attribute->setLocalName(pending() + name, unitCount(nameEnd - name));
-                             attribute->setValue(pending() + value, unitCount(valueEnd - value));
-                             declaration->appendAttribute(attribute.get());
-                             attribute.release()->setParentNode(declaration.get());
-                         });
+        doAttributeParse(0, length, declarationStart, [this](const Range& name, const Range& value) {
+            auto attribute = std::make_unique<Attr>();
+            attribute->setLocalName(pending() + name.begin, unitCount(name.end - name.begin));
+            attribute->setValue(pending() + value.begin, unitCount(value.end - value.begin));
+            declaration->appendAttribute(attribute.get());
+            attribute.release()->setParentNode(declaration.get());
+        });
     } catch (io::DataFormatException& e) {
         lang::passOn(e, getClassName());
     }
@@ -212,13 +220,10 @@ bool XMLReader::parseToken() {
 /// Moves to the start of the next token; false if there is none.
 bool XMLReader::passWhiteSpace() {
     for (;;) {
-        std::size_t white = 0;
-        while (white < textLength && isWhilteSpace(pending()[white])) {
-            ++white;
-        }
-        consume(white);
+        const std::size_t count = text::scan::findSolid(pending(), textLength);
+        consume(count);
         if (textLength > 0) {
-            tokenPosition = positionBase + static_cast<long>(white);
+            tokenPosition = positionBase + static_cast<long>(count);
             return true;
         }
         if (endOfData) {
@@ -228,7 +233,7 @@ bool XMLReader::passWhiteSpace() {
             endOfData = true;
             // An element that is open counts as inside only if there was anything behind its tag.
             const bool opened = piece.start && !piece.empty;
-            if (openEnds.size() > (opened ? 1U : 0U)) {
+            if (openBegins.size() > (opened ? 1U : 0U)) {
                 fail(u"Invalid element tree.");
             }
             return false;
@@ -237,12 +242,12 @@ bool XMLReader::passWhiteSpace() {
 }
 
 void XMLReader::parseText() {
-    if (openEnds.empty()) {
+    if (openBegins.empty()) {
         fail(atPosition(u"Invalid text.("));
     }
     bool resolve = *pending() == u'&';
     const std::size_t end = indexOf(u'<', u'&', resolve, 1, u"Invalid EOD.(", positionBase);
-    report(textNode, absent, terminate(0, end, resolve), end);
+    report(textNode, absent, terminate({0, end, resolve}), end);
 }
 
 void XMLReader::parseMarkup() {
@@ -279,76 +284,94 @@ void XMLReader::parseComment() {
         close = indexOf(u'>', u'&', resolve, close + 1, u"Invalid comment.(", tokenPosition);
         // The dashes of the opening are none of the closing.
     } while (close < openingLength + 2 || pending()[close - 1] != u'-' || pending()[close - 2] != u'-');
-    report(commentNode, absent, terminate(openingLength, close - 2, resolve), close + 1);
+    report(commentNode, absent, terminate({openingLength, close - 2, resolve}), close + 1);
 }
 
 void XMLReader::parseStartTag() {
-    bool bracketed = false;
-    const std::size_t close = indexOf(u'>', u'<', bracketed, 1, u"Invalid element.(", tokenPosition);
-    if (close == 1) {
-        fail(atPositionWithUnit(u"Element name not found.("));
-    }
+    Tag tag = findTag(1);
+    const std::size_t close = tag.end;
     const bool empty = pending()[close - 1] == u'/';
-    const std::size_t nameLength = parseTag(1, empty ? close - 1 : close, bracketed);
-    if (!empty) {
-        openNames.append(pending() + 1, nameLength);
-        openEnds.push_back(openNames.size());
+    if (empty) {
+        --tag.end;
+        tag.nameEnd = std::min(tag.nameEnd, tag.end);
     }
-    report(elementNode, 1, absent, close + 1);
+    const std::u16string_view name = parseTag(tag);
+    if (!empty) {
+        openBegins.push_back(openNames.size());
+        openNames.append(name);
+    }
+    report(elementNode, tag.name, absent, close + 1);
     piece.start = true;
     piece.empty = empty;
 }
 
 void XMLReader::parseEndTag() {
-    bool bracketed = false;
-    const std::size_t close = indexOf(u'>', u'<', bracketed, 2, u"Invalid element.(", tokenPosition);
-    if (close == 2) {
-        fail(atPositionWithUnit(u"Element name not found.("));
-    }
-    const std::size_t nameLength = parseTag(2, close, bracketed);
-    if (openEnds.empty() || std::u16string_view(pending() + 2, nameLength) != innermostName()) {
+    const Tag tag = findTag(2);
+    const std::u16string_view name = parseTag(tag);
+    if (openBegins.empty()) {
         fail(atPosition(u"Invalid element tree.("));
     }
-    openNames.resize(openNames.size() - nameLength);
-    openEnds.pop_back();
-    report(elementNode, 2, absent, close + 1);
+    const std::size_t begin = openBegins.back();
+    if (!std::equal(name.begin(), name.end(), openNames.begin() + static_cast<std::ptrdiff_t>(begin),
+                    openNames.end())) {
+        fail(atPosition(u"Invalid element tree.("));
+    }
+    openNames.resize(begin);
+    openBegins.pop_back();
+    report(elementNode, tag.name, absent, tag.end + 1);
 }
 
-/// Name and attributes of a tag, whose content are the pending units from `first` up to `end`; `bracketed` tells
-/// whether a "<" is among them. Returns the length of the name.
-std::size_t XMLReader::parseTag(std::size_t first, std::size_t end, bool bracketed) {
-    const WideChar* const text = pending();
-    std::size_t nameEnd = first;
-    unsigned int met = 0;
-    for (; nameEnd < end; ++nameEnd) {
-        const unsigned int kind = kindOf(text[nameEnd]);
-        if (kind == white) {
+/// Finds the end of the tag whose name begins at `name`, and that of the name: at the first white-space or with the
+/// tag.
+XMLReader::Tag XMLReader::findTag(std::size_t name) {
+    constexpr const WideChar* cutOff = u"Invalid element.(";
+    Tag tag{name, name, name, 0, false};
+    unsigned int kind = 0;
+    for (;; ++tag.nameEnd) {
+        tag.nameEnd += text::scan::findNameEnd(pending() + tag.nameEnd, textLength - tag.nameEnd);
+        if (tag.nameEnd == textLength && !readBlock()) {
+            failAtEnd(atPosition(cutOff));
+        }
+        kind = kindOf(pending()[tag.nameEnd]);
+        if ((kind & (white | closing)) != 0) {
             break;
         }
-        met |= kind;
+        tag.kinds |= kind;
     }
-    const bool bare = nameEnd == end;
-    if (nameEnd == first && !bare) {
-        fail(atPosition(first == 1 ? u"Invalid element name.(" : u"Element name not found.("));
+    tag.bracketed = (tag.kinds & bracket) != 0;
+    tag.end =
+        kind == closing ? tag.nameEnd : indexOf(u'>', u'<', tag.bracketed, tag.nameEnd + 1, cutOff, tokenPosition);
+    if (tag.end == name) {
+        fail(atPositionWithUnit(u"Element name not found.("));
+    }
+    return tag;
+}
+
+/// Makes name and attributes of a tag; returns the name.
+std::u16string_view XMLReader::parseTag(const Tag& tag) {
+    const bool bare = tag.nameEnd == tag.end;
+    if (tag.nameEnd == tag.name) {
+        fail(atPosition(tag.name == 1 ? u"Invalid element name.(" : u"Element name not found.("));
     }
     // A "<" is let through in a name that attributes, or at least white-space, follow.
-    if ((met & (equals | quote)) != 0 || (bare && bracketed)) {
+    if ((tag.kinds & (equals | quote)) != 0 || (bare && tag.bracketed)) {
         fail(atPositionWithUnit(u"Invalid element name.("));
     }
-    terminate(first, nameEnd, (met & ampersand) != 0);
+    terminate({tag.name, tag.nameEnd, (tag.kinds & ampersand) != 0});
     if (!bare) {
-        const std::size_t passed = nameEnd + 1;
-        const long position = tokenPosition + static_cast<long>(passed - first);
+        const std::size_t first = tag.nameEnd + 1;
+        const long position = tokenPosition + static_cast<long>(first - tag.name);
         try {
-            if (bracketed) {
-                refuseBracket(passed, end, position);
+            if (tag.bracketed) {
+                refuseBracket(first, tag.end, position);
             }
-            addAttributes(passed, end, position);
+            addAttributes(first, tag.end, position);
         } catch (io::DataFormatException& e) {
             lang::passOn(e, getClassName());
         }
     }
-    return (met & (ampersand | zero)) != 0 ? text::lengthOf(text + first) : nameEnd - first;
+    const WideChar* const name = pending() + tag.name;
+    return {name, (tag.kinds & (ampersand | zero)) != 0 ? text::lengthOf(name) : tag.nameEnd - tag.name};
 }
 
 /// Fails if there is a "<" or ">" in attributes.
@@ -362,8 +385,7 @@ void XMLReader::refuseBracket(std::size_t first, std::size_t end, long position)
 }
 
 /// Finds the attributes that stand in the pending units from `first` up to `end`, none of which is a "<" or ">", and
-/// calls `add` for each with where its name and value begin and end. `position` is the number of the first unit in
-/// messages.
+/// calls `add` for each with its name and value. `position` is the number of the first unit in messages.
 template <class Add>
 void XMLReader::doAttributeParse(std::size_t first, std::size_t end, long position, Add add) {
     const WideChar* const text = pending();
@@ -371,33 +393,38 @@ void XMLReader::doAttributeParse(std::size_t first, std::size_t end, long positi
         fail(message(words, position + static_cast<long>(at - first), u")"));
     };
     const auto skipWhite = [&](std::size_t at) {
-        while (at < end && kindOf(text[at]) == white) {
+        while (at < end && isWhilteSpace(text[at])) {
             ++at;
         }
         return at;
     };
+    unsigned int met = 0;
     const auto findSpecial = [&](std::size_t at) {
-        while (at < end && (kindOf(text[at]) & (equals | quote)) == 0) {
-            ++at;
+        for (met = 0; at < end; ++at) {
+            at += text::scan::findNameEnd(text + at, textLength - at);
+            const unsigned int kind = at < end ? kindOf(text[at]) : 0U;
+            if ((kind & (equals | quote)) != 0) {
+                break;
+            }
+            met |= kind;
         }
-        return at;
+        return std::min(at, end);
     };
 
     for (std::size_t at = skipWhite(first); at < end; at = skipWhite(at)) {
-        const std::size_t name = at;
-        at = findSpecial(at);
+        Range name{at, findSpecial(at), (met & ampersand) != 0};
+        at = name.end;
         if (at == end) {
             failAt(u"Invalid element.(", end);
         }
         if (text[at] != u'=') {
             failAt(u"Invalid attribute name.(", at);
         }
-        if (at == name) {
+        if (at == name.begin) {
             failAt(u"Attribute name not found.(", at);
         }
-        std::size_t nameEnd = at;
-        while (kindOf(text[nameEnd - 1]) == white) {
-            --nameEnd;
+        while (isWhilteSpace(text[name.end - 1])) {
+            --name.end;
         }
 
         const std::size_t opening = skipWhite(at + 1);
@@ -408,47 +435,48 @@ void XMLReader::doAttributeParse(std::size_t first, std::size_t end, long positi
         if (at != opening || text[at] == u'=') {
             failAt(u"Invalid attribute name.(", at);
         }
+        Range value{at + 1, at + 1, false};
+        value.end += text::scan::findEither(text + value.end, textLength - value.end, text[at], u'&');
+        if (value.end < end && text[value.end] == u'&') {
+            value.reference = true;
+            value.end += text::scan::find(text + value.end, textLength - value.end, text[at]);
+        }
         // Two units must follow the opening quote, so an empty value cannot be the very last thing.
-        const std::size_t value = at + 1;
-        const std::size_t rest = end - value;
-        const std::size_t valueLength = rest < 2 ? rest : text::scan::find(text + value, rest, text[at]);
-        if (valueLength == rest) {
+        if (value.end >= end || end - value.begin < 2) {
             failAt(u"Invalid attribute value.(", at);
         }
-        at = value + valueLength;
-        add(name, nameEnd, value, at);
-        ++at;
+        add(name, value);
+        at = value.end + 1;
     }
 }
 
 /// Makes the attributes of the token that is being read.
 void XMLReader::addAttributes(std::size_t first, std::size_t end, long position) {
-    const auto hasReference = [this](std::size_t from, std::size_t to) {
-        return text::scan::find(pending() + from, to - from, u'&') < to - from;
-    };
-    doAttributeParse(first, end, position,
-                     [&](std::size_t name, std::size_t nameEnd, std::size_t value, std::size_t valueEnd) {
-                         terminate(name, nameEnd, hasReference(name, nameEnd));
-                         found.push_back({name, terminate(value, valueEnd, hasReference(value, valueEnd))});
-                     });
+    doAttributeParse(first, end, position, [this](const Range& name, const Range& value) {
+        terminate(name);
+        found.push_back({name.begin, terminate(value)});
+    });
 }
 
-/// Makes a text of the pending units from `first` up to `end`, in their place. Returns its offset, or `absent` if
-/// there are none.
-std::size_t XMLReader::terminate(std::size_t first, std::size_t end, bool resolve) {
-    const unsigned int length = unitCount(end - first);
+/// Makes a text of pending units, in their place. Returns its offset, or `absent` if there are none.
+std::size_t XMLReader::terminate(const Range& range) {
+    const unsigned int length = unitCount(range.end - range.begin);
     if (length == 0) {
         return absent;
     }
-    WideChar* const text = pending() + first;
+    WideChar* const text = pending() + range.begin;
     text[length] = 0;
-    if (resolve) {
-        // No reference stands for more units than it has itself.
-        resolved.clear();
-        appendResolved(resolved, text, length, Resolve::all);
-        *std::copy(resolved.begin(), resolved.end(), text) = 0;
+    if (range.reference) {
+        resolve(text, length);
     }
-    return first;
+    return range.begin;
+}
+
+/// Resolves the references of a text in its place; none stands for more units than it has itself.
+void XMLReader::resolve(WideChar* text, std::size_t length) {
+    resolved.clear();
+    appendResolved(resolved, text, length, Resolve::all);
+    *std::copy(resolved.begin(), resolved.end(), text) = 0;
 }
 
 /// Makes the first `length` pending units, with the texts in them, what the accessors tell about.
@@ -456,12 +484,6 @@ void XMLReader::report(int type, std::size_t name, std::size_t value, std::size_
     attributes.swap(found);
     piece = {type, false, false, name, value, textStart, length};
     consume(length);
-}
-
-/// The name of the innermost open element.
-std::u16string_view XMLReader::innermostName() const {
-    const std::size_t begin = openEnds.size() < 2 ? 0 : openEnds[openEnds.size() - 2];
-    return std::u16string_view(openNames).substr(begin);
 }
 
 const WideChar* XMLReader::textAt(std::size_t offset) const {

@@ -149,6 +149,22 @@ private:
         std::size_t value;
     };
 
+    /// Where a tag and its name end, which the token holds from `name` on.
+    struct Tag {
+        std::size_t name;
+        std::size_t nameEnd;
+        std::size_t end;
+        unsigned int kinds;  // the kinds of units that the name is made of
+        bool bracketed;      // whether there is a "<" in the tag
+    };
+
+    /// Units of the token, and whether a reference may be among them.
+    struct Range {
+        std::size_t begin;
+        std::size_t end;
+        bool reference;
+    };
+
     const WideChar* getClassName() const;
     bool isWhilteSpace(WideChar c) const;
 
@@ -164,15 +180,16 @@ private:
     void parseComment();
     void parseStartTag();
     void parseEndTag();
-    std::size_t parseTag(std::size_t first, std::size_t end, bool bracketed);
+    Tag findTag(std::size_t name);
+    std::u16string_view parseTag(const Tag& tag);
     void refuseBracket(std::size_t first, std::size_t end, long position) const;
     template <class Add>
     void doAttributeParse(std::size_t first, std::size_t end, long position, Add add);
     void addAttributes(std::size_t first, std::size_t end, long position);
 
-    std::size_t terminate(std::size_t first, std::size_t end, bool resolve);
+    std::size_t terminate(const Range& range);
+    void resolve(WideChar* text, std::size_t length);
     void report(int type, std::size_t name, std::size_t value, std::size_t length);
-    std::u16string_view innermostName() const;
     const WideChar* textAt(std::size_t offset) const;
     Declaration& declared() const;
     const Attribute& attributeAt(unsigned int index) const;
@@ -194,10 +211,10 @@ private:
     io::InputStream* inputStream;              // borrowed
     std::unique_ptr<Declaration> declaration;  // until the first piece behind it has been read
     Piece piece;
-    std::vector<Attribute> attributes;  // of `piece`
-    std::vector<Attribute> found;       // of the token that is being read
-    WideString openNames;               // of the open elements, outermost first
-    std::vector<std::size_t> openEnds;  // where each of these names ends
+    std::vector<Attribute> attributes;    // of `piece`
+    std::vector<Attribute> found;         // of the token that is being read
+    WideString openNames;                 // of the open elements, outermost first
+    std::vector<std::size_t> openBegins;  // where each of these names begins
     char byteBuffer[blockSize];
     // The pending text, decoded and not yet consumed: `textLength` units from `textStart` on, of which the first is the
     // start of the token that is being parsed. In front of it the buffer keeps `piece`.
