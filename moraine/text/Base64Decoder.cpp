@@ -37,12 +37,11 @@ std::size_t decodeAhead(std::string_view text, Text& result) {
     }
     const char* const end = text.data() + text.size() - 1;
     kernels::Walk<typename Text::value_type> walk{text.data(), text.data(), nullptr};
-    // By pieces that stay in the processor's first cache, since a standard string fills what it is extended by.
     while (walk.left() < 4 && end - walk.at >= 4) {
-        walk.end = walk.at + std::min<std::ptrdiff_t>(end - walk.at, 8192);
+        walk.end = walk.at + std::min<std::ptrdiff_t>(end - walk.at, pieceSize);
         walk.out = extend(result, walk.left() / 4 * 3);
         kernels::decodeBase64(walk);
-        result.resize(static_cast<std::size_t>(walk.out - result.data()));
+        endAt(result, walk.out);
     }
     return static_cast<std::size_t>(walk.at - text.data());
 }
@@ -153,7 +152,7 @@ void Base64Decoder::decodeRest(const Rest& rest, Text& result) const {
             walk.out = one.out;
         }
     }
-    result.resize(static_cast<std::size_t>(walk.out - result.data()));
+    endAt(result, walk.out);
     if (rest.closed) {
         const unsigned int first = getBase64Index(rest.tail[0]) << 2;
         const unsigned int second = getBase64Index(rest.tail[1]);

@@ -2,6 +2,8 @@
 
 #include "moraine/text/internal/Extend.h"
 #include "moraine/text/internal/Kernels.h"
+#include <algorithm>
+
 #include "moraine/text/StringUtil.h"
 
 namespace moraine::text {
@@ -37,11 +39,13 @@ OwnedByteString Base64Encoder::encode(const unsigned char* bytes, std::size_t le
     for (; pendingCount != 0 && length > 0; --length) {
         encodeByte(*bytes++, *result);
     }
-    extendByPieces(*result, length / 3, 4, [&](char* out, std::size_t groups) {
-        kernels::encodeBase64(bytes, groups, out);
+    while (length >= 3) {
+        const std::size_t groups = std::min(length / 3, pieceSize / 4);
+        kernels::encodeBase64(bytes, groups, extend(*result, 4 * groups));
         bytes += 3 * groups;
-    });
-    for (length %= 3; length > 0; --length) {
+        length -= 3 * groups;
+    }
+    for (; length > 0; --length) {
         encodeByte(*bytes++, *result);
     }
     if (last) {

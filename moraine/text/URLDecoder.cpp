@@ -2,6 +2,7 @@
 
 #include "moraine/lang/IllegalArgumentException.h"
 #include "moraine/lang/internal/Raise.h"
+#include "moraine/text/internal/Extend.h"
 #include "moraine/text/internal/Kernels.h"
 
 namespace moraine::text {
@@ -42,7 +43,7 @@ std::unique_ptr<Text> URLDecoder::decode(const char* bytes, unsigned int length,
         }
         held.hold({walk.at, walk.left()});
     }
-    result->resize(static_cast<std::size_t>(walk.out - result->data()));
+    endAt(*result, walk.out);
     return result;
 }
 

@@ -1,7 +1,10 @@
 #include "moraine/text/UTF8Decoder.h"
 
+#include <algorithm>
+
 #include "moraine/lang/IllegalArgumentException.h"
 #include "moraine/lang/internal/Raise.h"
+#include "moraine/text/internal/Extend.h"
 #include "moraine/text/internal/Kernels.h"
 
 namespace moraine::text {
@@ -36,11 +39,11 @@ OwnedWideString UTF8Decoder::doDecProcM2W(std::string_view bytes, bool last) {
     kernels::Utf8Walk walk{{bytes.data(), bytes.data() + bytes.size(), result->data()}};
     const char* stop = walk.at;
     while (walk.at >= stop && walk.at < walk.end) {
-        const std::size_t piece = std::min<std::size_t>(walk.left(), 2048);
-        const std::size_t made = static_cast<std::size_t>(walk.out - result->data());
-        result->resize(made + piece);
+        const std::size_t piece = std::min(walk.left(), pieceSize / 2);
+        walk.out = extend(*result, piece);
         stop = walk.at + piece;
         kernels::decodeUtf8(walk, stop);
+        endAt(*result, walk.out);
     }
     if (walk.at < walk.end) {
         if (last) {
@@ -48,8 +51,9 @@ OwnedWideString UTF8Decoder::doDecProcM2W(std::string_view bytes, bool last) {
         }
         held.hold({walk.at, walk.left()});
     }
-    const WideChar* const end = walk.zero != nullptr ? walk.zero : walk.out;
-    result->resize(static_cast<std::size_t>(end - result->data()));
+    if (walk.zero != nullptr) {
+        endAt(*result, walk.zero);
+    }
     return result;
 }
 

@@ -17,7 +17,7 @@ OwnedByteString UTF8Encoder::doEncodeW2M(const WideChar* text, unsigned int leng
     const std::size_t ascii = kernels::narrowAscii(text, length, result->data());
     if (ascii < length) {
         const std::size_t rest = length - ascii;
-        result->resize(ascii);
+        endAt(*result, result->data() + ascii);
         kernels::encodeUtf8(text + ascii, rest, extend(*result, kernels::utf8Size(text + ascii, rest)));
     }
     return result;

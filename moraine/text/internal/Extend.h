@@ -1,9 +1,12 @@
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 
 namespace moraine::text {
+
+/// A standard string fills what it is extended by. A long result is therefore extended by pieces of about so many
+/// bytes, which are still in the processor's first cache when they are written; so the filling costs little.
+inline constexpr std::size_t pieceSize = 8192;
 
 /// Makes the text longer by @p count units, which the caller writes; returns where they start.
 template <class Text>
@@ -13,19 +16,10 @@ typename Text::value_type* extend(Text& text, std::size_t count) {
     return text.data() + size;
 }
 
-/// Makes the text longer by @p count times @p units units, for which @p write is called with their place and their
-/// number, piece by piece. A standard string fills what it is extended by, which costs little as long as what is
-/// filled is written before it leaves the processor's first cache.
-template <class Text, class Write>
-void extendByPieces(Text& text, std::size_t count, std::size_t units, Write write) {
-    constexpr std::size_t pieceBytes = 8192;
-    const std::size_t most = pieceBytes / sizeof(typename Text::value_type) / units;
-    text.reserve(text.size() + count * units);
-    while (count > 0) {
-        const std::size_t piece = std::min(count, most);
-        write(extend(text, piece * units), piece);
-        count -= piece;
-    }
+/// Ends the text at @p end, which lies in it.
+template <class Text>
+void endAt(Text& text, const typename Text::value_type* end) {
+    text.resize(static_cast<std::size_t>(end - text.data()));
 }
 
 }  // namespace moraine::text
