@@ -6,8 +6,6 @@
 #include <cwchar>
 #include <cwctype>
 
-#include <locale.h>
-
 namespace moraine::platform {
 namespace {
 
