@@ -44,6 +44,13 @@ set_target_properties(moraine PROPERTIES
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON)
 
+# Nobody puts functions of their own in the place of the library's, so its calls to them need no detour.
+include(CheckCXXCompilerFlag)
+check_cxx_compiler_flag(-fno-semantic-interposition MORAINE_HAS_NO_SEMANTIC_INTERPOSITION)
+if(MORAINE_HAS_NO_SEMANTIC_INTERPOSITION)
+    target_compile_options(moraine PRIVATE -fno-semantic-interposition)
+endif()
+
 find_package(Threads)
 if(NOT Threads_FOUND)
     message(FATAL_ERROR "MoraineLib needs POSIX threads, which come with the development files of the C library (Debian "

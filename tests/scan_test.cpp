@@ -16,6 +16,7 @@ bool agree(const WideChar* text, const char* bytes, std::size_t size, WideChar o
            scan::findEither(text, size, one, two) == scan::scalar::findEither(text, size, one, two) &&
            scan::findNameEnd(text, size) == scan::scalar::findNameEnd(text, size) &&
            scan::findSolid(text, size) == scan::scalar::findSolid(text, size) &&
+           scan::findReserved(text, size) == scan::scalar::findReserved(text, size) &&
            scan::widenAscii(bytes, size, wide.data()) == scan::scalar::widenAscii(bytes, size, wideScalar.data()) &&
            scan::narrowAscii(text, size, narrow.data()) == scan::scalar::narrowAscii(text, size, narrowScalar.data()) &&
            wide == wideScalar && narrow == narrowScalar;
@@ -28,7 +29,7 @@ TEST(Scan, HitsAtEveryPlaceOfEveryLengthAndAlignment) {
             std::string bytes(start + length, 'b');
             for (std::size_t hit = 0; hit <= length; ++hit) {
                 // A hit behind the end is none.
-                const WideChar other = hit == length ? u'\0' : u"\x80\xFF\x100\x8062\xFF80"[(start + hit) % 5];
+                const WideChar other = hit == length ? u'\0' : u"\x80\xFF\x100\x8062\xFF80&'<>\""[(start + hit) % 10];
                 units[start + hit] = other;
                 bytes[start + hit] = static_cast<char>(other);
                 ASSERT_TRUE(agree(&units[start], &bytes[start], length, other, u'&')) << start << " + " << length;

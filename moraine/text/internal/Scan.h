@@ -126,28 +126,74 @@ using scalar::isWhite;
 
 #if defined(__SSE2__) && !defined(MORAINE_NO_VECTOR_CODE)
 
-// Each twin takes whole registers while they fit and leaves the rest, and the exact place of a hit, to the scalar
-// function. Loads are unaligned and stay inside the text. A register holds 8 units or 16 bytes.
+// Each twin takes whole registers while they fit. What is left then is shorter than a register: the last register of
+// the text holds it, together with some of what has been seen already, and so does a half or a quarter of one in a text
+// that is shorter itself. Loads are unaligned and stay inside the text. A register holds 8 units or 16 bytes.
 
 inline __m128i load(const void* from) noexcept {
     return _mm_loadu_si128(static_cast<const __m128i*>(from));
 }
 
+/// Loads half a register, and zeros.
+inline __m128i loadHalf(const void* from) noexcept {
+    return _mm_loadl_epi64(static_cast<const __m128i*>(from));
+}
+
+inline void store(void* to, __m128i value) noexcept {
+    _mm_storeu_si128(static_cast<__m128i*>(to), value);
+}
+
+inline void storeHalf(void* to, __m128i value) noexcept {
+    _mm_storel_epi64(static_cast<__m128i*>(to), value);
+}
+
+/// Which of 8 units are equal to one.
+inline __m128i areEqual(__m128i units, WideChar wanted) noexcept {
+    return _mm_cmpeq_epi16(units, _mm_set1_epi16(static_cast<short>(wanted)));
+}
+
 /// The index of the first hit in a comparison of 8 units.
-inline std::size_t firstHit(int mask) noexcept {
-    return static_cast<std::size_t>(__builtin_ctz(static_cast<unsigned>(mask))) / 2;
+inline std::size_t firstHit(unsigned int mask) noexcept {
+    return static_cast<std::size_t>(__builtin_ctz(mask)) / 2;
+}
+
+/// The index of the first unit that matches, or @p length if there is none. Of 8 units @p matching gives all bits of
+/// those that match and no bit of the others; @p matches tells it of one unit.
+template <class Matching, class Matches>
+std::size_t findFirst(const WideChar* text, std::size_t length, Matching matching, Matches matches) noexcept {
+    const auto hits = [&](__m128i units) { return static_cast<unsigned int>(_mm_movemask_epi8(matching(units))); };
+    std::size_t at = 0;
+    if (length >= 8) {
+        for (; length - at >= 32; at += 32) {
+            const __m128i low = _mm_or_si128(matching(load(text + at)), matching(load(text + at + 8)));
+            const __m128i high = _mm_or_si128(matching(load(text + at + 16)), matching(load(text + at + 24)));
+            if (_mm_movemask_epi8(_mm_or_si128(low, high)) != 0) {
+                break;
+            }
+        }
+        for (; length - at > 8; at += 8) {
+            if (const unsigned int mask = hits(load(text + at))) {
+                return at + firstHit(mask);
+            }
+        }
+        const unsigned int mask = hits(load(text + length - 8));
+        return mask != 0 ? length - 8 + firstHit(mask) : length;
+    }
+    if (length >= 4) {
+        const unsigned int mask = hits(_mm_unpacklo_epi64(loadHalf(text), loadHalf(text + length - 4)));
+        const std::size_t place = mask != 0 ? firstHit(mask) : length;
+        return mask == 0 || place < 4 ? place : place + length - 8;
+    }
+    while (at < length && !matches(text[at])) {
+        ++at;
+    }
+    return at;
 }
 
 inline std::size_t find(const WideChar* text, std::size_t length, WideChar wanted) noexcept {
-    const __m128i pattern = _mm_set1_epi16(static_cast<short>(wanted));
-    std::size_t at = 0;
-    for (; length - at >= 8; at += 8) {
-        const int mask = _mm_movemask_epi8(_mm_cmpeq_epi16(load(text + at), pattern));
-        if (mask != 0) {
-            return at + firstHit(mask);
-        }
-    }
-    return at + scalar::find(text + at, length - at, wanted);
+    return findFirst(
+        text, length, [=](__m128i units) { return areEqual(units, wanted); },
+        [=](WideChar unit) { return unit == wanted; });
 }
 
 /// A bit for each of 16 comparisons of bytes.
@@ -175,22 +221,9 @@ inline unsigned int equalTo(const WideChar* text, WideChar wanted) noexcept {
 }
 
 inline std::size_t findEither(const WideChar* text, std::size_t length, WideChar one, WideChar other) noexcept {
-    const __m128i first = _mm_set1_epi16(static_cast<short>(one));
-    const __m128i second = _mm_set1_epi16(static_cast<short>(other));
-    std::size_t at = 0;
-    for (; length - at >= 8; at += 8) {
-        const __m128i units = load(text + at);
-        const int mask = _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi16(units, first), _mm_cmpeq_epi16(units, second)));
-        if (mask != 0) {
-            return at + firstHit(mask);
-        }
-    }
-    return at + scalar::findEither(text + at, length - at, one, other);
-}
-
-/// All bits of those units that are equal to one.
-inline __m128i matches(__m128i units, WideChar unit) noexcept {
-    return _mm_cmpeq_epi16(units, _mm_set1_epi16(static_cast<short>(unit)));
+    return findFirst(
+        text, length, [=](__m128i units) { return _mm_or_si128(areEqual(units, one), areEqual(units, other)); },
+        [=](WideChar unit) { return unit == one || unit == other; });
 }
 
 inline std::size_t findSolid(const WideChar* text, std::size_t length) noexcept {
@@ -201,9 +234,9 @@ inline std::size_t findSolid(const WideChar* text, std::size_t length) noexcept 
     std::size_t at = 0;
     for (; length - at >= 8; at += 8) {
         const __m128i units = load(text + at);
-        const __m128i lines = _mm_or_si128(matches(units, u'\n'), matches(units, u'\r'));
-        const __m128i blanks = _mm_or_si128(matches(units, u' '), matches(units, u'\t'));
-        const int mask = _mm_movemask_epi8(_mm_or_si128(lines, blanks));
+        const __m128i lines = _mm_or_si128(areEqual(units, u'\n'), areEqual(units, u'\r'));
+        const __m128i blanks = _mm_or_si128(areEqual(units, u' '), areEqual(units, u'\t'));
+        const auto mask = static_cast<unsigned int>(_mm_movemask_epi8(_mm_or_si128(lines, blanks)));
         if (mask != 0xFFFF) {
             return at + firstHit(~mask);
         }
@@ -219,8 +252,8 @@ inline std::size_t findNameEnd(const WideChar* text, std::size_t length) noexcep
         const __m128i low = _mm_subs_epu16(units, _mm_set1_epi16(u'-' - 1));
         const __m128i brackets =
             _mm_subs_epu16(_mm_sub_epi16(units, _mm_set1_epi16(u';')), _mm_set1_epi16(u'>' - u';'));
-        const int mask = _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi16(low, zero), _mm_cmpeq_epi16(brackets, zero)));
-        if (mask != 0) {
+        const __m128i hits = _mm_or_si128(_mm_cmpeq_epi16(low, zero), _mm_cmpeq_epi16(brackets, zero));
+        if (const auto mask = static_cast<unsigned int>(_mm_movemask_epi8(hits))) {
             return at + firstHit(mask);
         }
     }
@@ -228,47 +261,81 @@ inline std::size_t findNameEnd(const WideChar* text, std::size_t length) noexcep
 }
 
 inline std::size_t findReserved(const WideChar* text, std::size_t length) noexcept {
+    const auto matching = [](__m128i units) {
+        // `&` differs from the single quote in one bit, and so does `<` from `>`.
+        const __m128i oneBit = _mm_set1_epi16(u'&' ^ u'\'');
+        const __m128i otherBit = _mm_set1_epi16(u'<' ^ u'>');
+        const __m128i ampersands = areEqual(_mm_or_si128(units, oneBit), u'&' | u'\'');
+        const __m128i brackets = areEqual(_mm_or_si128(units, otherBit), u'<' | u'>');
+        return _mm_or_si128(areEqual(units, u'"'), _mm_or_si128(ampersands, brackets));
+    };
+    return findFirst(text, length, matching, scalar::isReserved);
+}
+
+/// Converts @p length elements by whole registers of 16 elements, or by halves if there are fewer. Of an element's
+/// number on, @p whole and @p half convert so many, or none, which they tell, if they cannot convert all. Returns how
+/// many were converted.
+template <class Whole, class Half>
+std::size_t convertRegisters(std::size_t length, Whole whole, Half half) noexcept {
     std::size_t at = 0;
-    for (; length - at >= 8; at += 8) {
-        const __m128i units = load(text + at);
-        const __m128i brackets = _mm_or_si128(matches(units, u'<'), matches(units, u'>'));
-        const __m128i quotes = _mm_or_si128(matches(units, u'\''), matches(units, u'"'));
-        const __m128i hits = _mm_or_si128(matches(units, u'&'), _mm_or_si128(brackets, quotes));
-        const int mask = _mm_movemask_epi8(hits);
-        if (mask != 0) {
-            return at + firstHit(mask);
+    if (length >= 16) {
+        while (length - at > 16 && whole(at)) {
+            at += 16;
         }
+        return length - at <= 16 && whole(length - 16) ? length : at;
     }
-    return at + scalar::findReserved(text + at, length - at);
+    if (length >= 8 && half(at)) {
+        return half(length - 8) ? length : 8;
+    }
+    return at;
 }
 
 inline std::size_t widenAscii(const char* bytes, std::size_t length, WideChar* target) noexcept {
     const __m128i zero = _mm_setzero_si128();
-    std::size_t at = 0;
-    for (; length - at >= 16; at += 16) {
+    const auto whole = [=](std::size_t at) {
         const __m128i block = load(bytes + at);
-        if (_mm_movemask_epi8(block) != 0) {
-            break;
+        const bool areAscii = _mm_movemask_epi8(block) == 0;
+        if (areAscii) {
+            store(target + at, _mm_unpacklo_epi8(block, zero));
+            store(target + at + 8, _mm_unpackhi_epi8(block, zero));
         }
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(target + at), _mm_unpacklo_epi8(block, zero));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(target + at + 8), _mm_unpackhi_epi8(block, zero));
-    }
+        return areAscii;
+    };
+    const auto half = [=](std::size_t at) {
+        const __m128i block = loadHalf(bytes + at);
+        const bool areAscii = _mm_movemask_epi8(block) == 0;
+        if (areAscii) {
+            store(target + at, _mm_unpacklo_epi8(block, zero));
+        }
+        return areAscii;
+    };
+    const std::size_t at = convertRegisters(length, whole, half);
     return at + scalar::widenAscii(bytes + at, length - at, target + at);
 }
 
 inline std::size_t narrowAscii(const WideChar* text, std::size_t length, char* target) noexcept {
-    const __m128i beyond = _mm_set1_epi16(static_cast<short>(0xFF80));
-    const __m128i zero = _mm_setzero_si128();
-    std::size_t at = 0;
-    for (; length - at >= 16; at += 16) {
+    const auto ascii = [](__m128i units) {
+        const __m128i beyond = _mm_and_si128(units, _mm_set1_epi16(static_cast<short>(0xFF80)));
+        return _mm_movemask_epi8(areEqual(beyond, 0)) == 0xFFFF;
+    };
+    const auto whole = [=](std::size_t at) {
         const __m128i low = load(text + at);
         const __m128i high = load(text + at + 8);
-        const __m128i outside = _mm_and_si128(_mm_or_si128(low, high), beyond);
-        if (_mm_movemask_epi8(_mm_cmpeq_epi16(outside, zero)) != 0xFFFF) {
-            break;
+        const bool areAscii = ascii(_mm_or_si128(low, high));
+        if (areAscii) {
+            store(target + at, _mm_packus_epi16(low, high));
         }
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(target + at), _mm_packus_epi16(low, high));
-    }
+        return areAscii;
+    };
+    const auto half = [=](std::size_t at) {
+        const __m128i units = load(text + at);
+        const bool areAscii = ascii(units);
+        if (areAscii) {
+            storeHalf(target + at, _mm_packus_epi16(units, units));
+        }
+        return areAscii;
+    };
+    const std::size_t at = convertRegisters(length, whole, half);
     return at + scalar::narrowAscii(text + at, length - at, target + at);
 }
 

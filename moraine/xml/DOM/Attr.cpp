@@ -7,10 +7,7 @@ namespace {
 
 OwnedWideString formOf(const Attr& node, AppendText append) {
     auto form = std::make_unique<WideString>();
-    append(*form, node.getLocalName());
-    form->append(u"=\"");
-    append(*form, node.getValue());
-    form->push_back(u'"');
+    appendAttribute(*form, textOrEmpty(node.getLocalName()), textOrEmpty(node.getValue()), append);
     return form;
 }
 

@@ -7,9 +7,7 @@ namespace {
 
 OwnedWideString formOf(const Comment& node, AppendText append) {
     auto form = std::make_unique<WideString>();
-    form->append(u"<!--");
-    append(*form, node.getValue());
-    form->append(u"-->");
+    appendComment(*form, textOrEmpty(node.getValue()), append);
     return form;
 }
 

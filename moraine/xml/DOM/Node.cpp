@@ -19,15 +19,9 @@ void store(NodeText& field, const WideChar* text, std::size_t length) {
         field.reset();
         return;
     }
-    const std::size_t plain = text::scan::findEither(text, length, u'&', 0);
-    if (plain == length || text[plain] == 0) {
-        field.assign(text, plain);
-        return;
-    }
-    WideString resolved;
-    resolved.reserve(length);
-    appendResolved(resolved, text, length, Resolve::all);
-    field.assign(resolved.data(), text::scan::find(resolved.data(), resolved.size(), 0));
+    WideString room;
+    const std::u16string_view kept = storedForm(text, length, room);
+    field.assign(kept.data(), kept.size());
 }
 
 unsigned int countOf(const Nodes& list) {

@@ -7,7 +7,7 @@ namespace {
 
 OwnedWideString formOf(const Text& node, AppendText append) {
     auto form = std::make_unique<WideString>();
-    append(*form, node.getValue());
+    append(*form, textOrEmpty(node.getValue()));
     return form;
 }
 

@@ -1,16 +1,15 @@
 #include "moraine/xml/DOM/XMLWriter.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "moraine/io/DataFormatException.h"
 #include "moraine/lang/internal/Raise.h"
 #include "moraine/text/EncoderManager.h"
+#include "moraine/text/internal/Scan.h"
 #include "moraine/text/UnsupportedEncodingException.h"
-#include "moraine/xml/DOM/Attr.h"
-#include "moraine/xml/DOM/Comment.h"
 #include "moraine/xml/DOM/Declaration.h"
-#include "moraine/xml/DOM/Element.h"
-#include "moraine/xml/DOM/Text.h"
+#include "moraine/xml/internal/TextForms.h"
 #include "moraine/xml/internal/UnitCount.h"
 
 namespace moraine::xml::DOM {
@@ -19,26 +18,44 @@ namespace {
 /// From so many attributes on their names are looked up instead of compared one by one.
 constexpr unsigned int manyAttributes = 16;
 
-unsigned int measured(const WideChar* text) {
-    return unitCount(text::lengthOf(text));
+/// Empties a buffer that is used again and again. It does not keep the room of an unusually long text.
+inline void empty(WideString& buffer) {
+    constexpr std::size_t usual = std::size_t{1} << 15;
+    if (buffer.capacity() > usual) {
+        WideString().swap(buffer);
+    }
+    buffer.clear();
 }
+
+/// An argument, read as a node stores it.
+class Stored {
+public:
+    explicit Stored(const WideChar* markup) : text(storedForm(markup, unitCount(text::lengthOf(markup)), room)) {}
+    Stored(const Stored& other) = delete;
+    Stored& operator=(const Stored& other) = delete;
+    operator std::u16string_view() const { return text; }
+
+private:
+    WideString room;
+    std::u16string_view text;
+};
 
 }  // namespace
 
 XMLWriter::XMLWriter(io::OutputStream* target, const WideChar* encoding, bool indented)
-    : stream(target), document(std::make_unique<Document>()), currentNode(document.get()), indent(indented) {
+    : stream(target), indent(indented) {
     text::EncoderManager manager;
     if (!manager.isSupported(encoding)) {
         lang::raise<text::UnsupportedEncodingException>(getClassName(),
                                                         lang::message(u"Unsupported encoding. : ", encoding));
     }
     encoder.reset(manager.getEncoder(encoding));
-    auto declaration = std::make_unique<Declaration>();
-    declaration->setEncoding(encoding);
-    WideString piece = *declaration->getReferenceString();
-    putLineEnd(piece);
-    adopt(std::move(declaration));
-    send(piece);
+    asciiStays = text::equal(encoder->getEncodeName(), u"UTF-8");
+    Declaration declaration;
+    declaration.setEncoding(encoding);
+    piece = *declaration.getReferenceString();
+    putLineEnd();
+    send();
     lastWritten = declarationNode;
 }
 
@@ -54,19 +71,22 @@ XMLWriter::~XMLWriter() {
 }
 
 void XMLWriter::writeStartElement(const WideChar* name) {
-    auto element = std::make_unique<Element>();
-    element->setLocalName(name, measured(name));
-    Node* const opened = element.get();
+    const Stored stored(name);
     const bool nested = isElementOpen();
-    if (adopt(std::move(element))) {
-        WideString piece;
-        putIndentation(piece);
-        piece += *currentNode->getReferenceString();
-        putLineEnd(piece);
-        send(piece);
+    empty(piece);
+    if (putStartTag()) {
+        putLineEnd();
+        send();
         lastWritten = elementNode;
     }
-    enter(opened);
+    openElements.push_back({names.size()});
+    names += stored;
+    empty(startTag);
+    startTag.append(u"<").append(stored);
+    attributeNames.clear();
+    attributeCount = 0;
+    manyAttributeNames.clear();
+    namedAttributes = 0;
     if (nested && indent) {
         ++depth;
     }
@@ -74,80 +94,74 @@ void XMLWriter::writeStartElement(const WideChar* name) {
 
 void XMLWriter::writeAttribute(const WideChar* name, const WideChar* value) {
     requireOpenElement();
-    if (currentNode->getChildCount() > 0) {
+    if (openElements.back().hasChild) {
         lang::raise<io::DataFormatException>(getClassName(), u"Current element is already writed.");
     }
-    if (hasAttribute(name)) {
+    // The name counts as it comes here, and as it is stored where it is compared with later ones.
+    if (hasAttribute(textOrEmpty(name))) {
         lang::raise<io::DataFormatException>(getClassName(), u"Already has a same attribute name.");
     }
-    auto attribute = std::make_unique<Attr>();
-    attribute->setLocalName(name, measured(name));
-    attribute->setValue(value, measured(value));
-    currentNode->appendAttribute(attribute.get());
-    static_cast<void>(attribute.release());
+    const Stored storedName(name);
+    const Stored storedValue(value);
+    startTag += u' ';
+    appendAttribute(startTag, storedName, storedValue, appendEscaped);
+    attributeNames.append(storedName).push_back(0);
+    ++attributeCount;
 }
 
 void XMLWriter::writeText(const WideChar* text) {
     requireOpenElement();
-    if (hasText()) {
+    if (openElements.back().hasText) {
         lang::raise<io::DataFormatException>(getClassName(), u"Already has a text.");
     }
-    auto node = std::make_unique<Text>();
-    node->setValue(text, measured(text));
-    const OwnedWideString form = node->getReferenceString();
-    WideString piece;
-    if (adopt(std::move(node))) {
-        putIndentation(piece);
-        piece += *currentNode->getReferenceString();
-    }
-    piece += *form;
-    send(piece);
+    const Stored stored(text);
+    empty(piece);
+    putStartTag();
+    appendEscaped(piece, stored);
+    openElements.back().hasText = true;
+    send();
     lastWritten = textNode;
 }
 
 void XMLWriter::writeComment(const WideChar* text) {
-    auto node = std::make_unique<Comment>();
-    node->setValue(text, measured(text));
-    const OwnedWideString form = node->getReferenceString();
-    WideString piece;
-    if (adopt(std::move(node))) {
-        putIndentation(piece);
-        piece += *currentNode->getReferenceString();
-        putLineEnd(piece);
+    const Stored stored(text);
+    empty(piece);
+    if (putStartTag()) {
+        putLineEnd();
     }
     // Behind a text the comment continues the line.
-    if (lastWritten == textNode) {
-        piece += *form;
-    } else {
-        putIndentation(piece);
-        piece += *form;
-        putLineEnd(piece);
+    const bool ownLine = lastWritten != textNode;
+    if (ownLine) {
+        putIndentation();
     }
-    send(piece);
+    appendComment(piece, stored, appendEscaped);
+    if (ownLine) {
+        putLineEnd();
+    }
+    send();
     lastWritten = commentNode;
 }
 
 void XMLWriter::writeEndElement() {
     requireOpenElement();
-    WideString piece;
-    if (currentNode->getChildCount() == 0) {
-        putIndentation(piece);
-        piece += *currentNode->getReferenceString();
+    empty(piece);
+    const OpenElement ended = openElements.back();
+    if (!ended.hasChild) {
+        putIndentation();
+        piece.append(startTag).append(u"/>");
     } else {
         // Behind a text the end tag continues the line.
         if (lastWritten == elementNode || lastWritten == commentNode) {
-            putIndentation(piece);
+            putIndentation();
         }
-        piece += u"</";
-        piece.append(currentNode->getLocalName(), text::lengthOf(currentNode->getLocalName()));
-        piece += u">";
+        piece.append(u"</").append(names, ended.name).append(u">");
     }
-    putLineEnd(piece);
+    putLineEnd();
     leaveLevel();
-    send(piece);
+    send();
     lastWritten = elementNode;
-    currentNode->removeAll();
-    enter(currentNode->getParentNode());
+    names.resize(ended.name);
+    openElements.pop_back();
 }
 
 void XMLWriter::close() {
@@ -167,71 +181,49 @@ const WideChar* XMLWriter::getClassName() const {
     return u"moraine::xml::DOM::XMLWriter";
 }
 
-bool XMLWriter::isElementOpen() {
-    return currentNode != document.get();
+bool XMLWriter::isElementOpen() const {
+    return !openElements.empty();
 }
 
-void XMLWriter::requireOpenElement(long line) {
+void XMLWriter::requireOpenElement(long line) const {
     if (!isElementOpen()) {
         lang::raise<io::DataFormatException>(getClassName(), u"Current element is not element.", line);
     }
 }
 
-bool XMLWriter::hasAttribute(const WideChar* name) {
-    const unsigned int count = currentNode->getAttributeCount();
-    if (count < manyAttributes) {
-        for (unsigned int i = 0; i < count; ++i) {
-            if (text::equal(currentNode->attributeAt(i)->getLocalName(), name)) {
-                return true;
-            }
-        }
-        return false;
-    }
-    const auto toString = [](const WideChar* text) { return WideString(text, text::lengthOf(text)); };
-    for (; namedAttributes < count; ++namedAttributes) {
-        attributeNames.insert(toString(currentNode->attributeAt(namedAttributes)->getLocalName()));
-    }
-    return attributeNames.count(toString(name)) > 0;
-}
-
-bool XMLWriter::hasText() {
-    for (unsigned int i = 0; i < currentNode->getChildCount(); ++i) {
-        if (currentNode->childAt(i)->getNodeType() == textNode) {
+bool XMLWriter::hasAttribute(std::u16string_view name) {
+    const bool many = attributeCount >= manyAttributes;
+    for (std::size_t at = many ? namedAttributes : 0; at < attributeNames.size();) {
+        const std::u16string_view other = attributeNames.data() + at;
+        at += other.size() + 1;
+        if (many) {
+            manyAttributeNames.emplace(other);
+            namedAttributes = at;
+        } else if (other == name) {
             return true;
         }
     }
-    return false;
+    return many && manyAttributeNames.count(WideString(name)) > 0;
 }
 
-/// Makes a node the last child of the current one; whether it is the first one too, so that a start tag has waited for
-/// it. The document's first child is the declaration. Of the children that are finished only their presence counts, and
-/// whether a text is among them: one that is no text goes when the next one comes.
-bool XMLWriter::adopt(std::unique_ptr<Node> node) {
-    const unsigned int before = currentNode->getChildCount();
-    currentNode->appendChild(node.get());
-    node.release()->setParentNode(currentNode);
-    if (before > 0) {
-        const int type = currentNode->childAt(before - 1)->getNodeType();
-        if (type == elementNode || type == commentNode) {
-            currentNode->removeChild(before - 1);
-        }
+/// Puts the start tag of the innermost open element into the piece if that is about to get its first child; returns
+/// whether it is.
+bool XMLWriter::putStartTag() {
+    if (!isElementOpen() || std::exchange(openElements.back().hasChild, true)) {
+        return false;
     }
-    return before == 0;
+    putIndentation();
+    piece.append(startTag).append(u">");
+    return true;
 }
 
-void XMLWriter::enter(Node* node) {
-    currentNode = node;
-    attributeNames.clear();
-    namedAttributes = 0;
-}
-
-void XMLWriter::putIndentation(WideString& piece) const {
+void XMLWriter::putIndentation() {
     if (indent) {
         piece.append(2 * static_cast<std::size_t>(depth), u' ');
     }
 }
 
-void XMLWriter::putLineEnd(WideString& piece) const {
+void XMLWriter::putLineEnd() {
     if (indent) {
         piece += u"\r\n";
     }
@@ -241,7 +233,15 @@ void XMLWriter::leaveLevel() {
     depth = std::max(depth - 1, 0);
 }
 
-void XMLWriter::send(const WideString& piece) {
+void XMLWriter::send() {
+    if (asciiStays) {
+        char bytes[2048];
+        const std::size_t count = piece.size();
+        if (count <= sizeof(bytes) && text::scan::narrowAscii(piece.data(), count, bytes) == count) {
+            stream->write(bytes, static_cast<unsigned int>(count));
+            return;
+        }
+    }
     // A piece is one write, but for one so long that its bytes might be more than a write takes.
     constexpr std::size_t most = std::size_t{1} << 29;
     std::size_t at = 0;

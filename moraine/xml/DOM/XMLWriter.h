@@ -2,11 +2,13 @@
 
 #include <memory>
 #include <set>
+#include <string_view>
+#include <vector>
 
 #include "moraine/Export.h"
 #include "moraine/io/OutputStream.h"
 #include "moraine/text/IEncoder.h"
-#include "moraine/xml/DOM/Document.h"
+#include "moraine/text/WideChar.h"
 
 namespace moraine::xml::DOM {
 
@@ -91,26 +93,36 @@ public:
 private:
     const WideChar* getClassName() const;
 
-    bool isElementOpen();
-    void requireOpenElement(long line = __builtin_LINE());
-    bool hasAttribute(const WideChar* name);
-    bool hasText();
-    bool adopt(std::unique_ptr<Node> node);
-    void enter(Node* node);
-    void putIndentation(WideString& piece) const;
-    void putLineEnd(WideString& piece) const;
-    void leaveLevel();
-    void send(const WideString& piece);
+    /// Of the elements only that is kept which the calls to come can ask for.
+    struct OpenElement {
+        std::size_t name;       // where in `names` its name begins
+        bool hasChild = false;  // its start tag has waited for the first one
+        bool hasText = false;
+    };
 
-    io::OutputStream* stream;  // borrowed
-    std::unique_ptr<Document> document;
-    Node* currentNode;  // the innermost open element, or `document`
-    int depth = 0;      // the level of `currentNode`, kept only with indentation
+    bool isElementOpen() const;
+    void requireOpenElement(long line = __builtin_LINE()) const;
+    bool hasAttribute(std::u16string_view name);
+    bool putStartTag();
+    void putIndentation();
+    void putLineEnd();
+    void leaveLevel();
+    void send();
+
+    io::OutputStream* stream;               // borrowed
+    std::vector<OpenElement> openElements;  // outermost first
+    WideString names;                       // theirs, one behind the other
+    WideString startTag;                    // of the innermost one with its attributes so far; it lacks its end
+    WideString attributeNames;              // theirs, each with a zero unit behind it
+    unsigned int attributeCount = 0;
+    std::set<WideString> manyAttributeNames;  // the first ones of them again, once they are many,
+    std::size_t namedAttributes = 0;          // up to this place in `attributeNames`
+    int depth = 0;                            // the level of the innermost open element, kept only with indentation
     bool indent;
     int lastWritten = 0;  // the kind of the piece written last
     std::unique_ptr<text::IEncoder> encoder;
-    std::set<WideString> attributeNames;  // of the first attributes of `currentNode`, once it has many,
-    unsigned int namedAttributes = 0;     // namely of so many
+    bool asciiStays;   // the encoder leaves ASCII as it is
+    WideString piece;  // what is being written
     bool closed = false;
 };
 

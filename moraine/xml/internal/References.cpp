@@ -41,7 +41,7 @@ bool beginsWith(View text, View start) {
 /// The reference with one of the four names that `text` begins with, or null.
 const NamedReference* namedReferenceAt(View text) {
     for (const NamedReference& reference : namedReferences) {
-        if (beginsWith(text, reference.name)) {
+        if (text.size() > 1 && text[1] == reference.name[1] && beginsWith(text, reference.name)) {
             return &reference;
         }
     }
@@ -219,6 +219,16 @@ void appendReferences(WideString& target, const WideChar* text, std::size_t leng
 
 void appendResolved(WideString& target, const WideChar* text, std::size_t length, Resolve which) {
     Resolver(target, {text, length}, which).run();
+}
+
+std::u16string_view storedForm(const WideChar* text, std::size_t length, WideString& room) {
+    const std::size_t plain = text::scan::findEither(text, length, u'&', 0);
+    if (plain == length || text[plain] == 0) {
+        return {text, plain};
+    }
+    room.assign(text, plain);
+    appendResolved(room, text + plain, length - plain, Resolve::all);
+    return {room.data(), text::scan::find(room.data(), room.size(), 0)};
 }
 
 }  // namespace moraine::xml

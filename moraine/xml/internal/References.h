@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 #include "moraine/text/WideChar.h"
 
 namespace moraine::xml {
@@ -15,5 +17,9 @@ enum class Resolve {
 
 /// Appends markup text with its references resolved.
 void appendResolved(WideString& target, const WideChar* text, std::size_t length, Resolve which);
+
+/// What a node keeps of markup text: all references are resolved, and what that gives counts up to its first zero unit.
+/// A part of @p text itself if there is nothing to resolve, otherwise of @p room.
+std::u16string_view storedForm(const WideChar* text, std::size_t length, WideString& room);
 
 }  // namespace moraine::xml
