@@ -8,6 +8,9 @@ namespace {
 
 constexpr const WideChar* ownName = u"moraine::io::FileOutputStream";
 
+/// So much that a call of the system costs little beside what it takes over.
+constexpr std::size_t bufferSize = std::size_t{1} << 16;
+
 constexpr const WideChar* notOpen = u"The file is not write.";
 
 }  // namespace
@@ -50,6 +53,9 @@ void FileOutputStream::setFileName(const WideChar* name) {
     std::unique_ptr<WideChar[]> kept = normalised(name, getClassName());
     close();
     fileName = std::move(kept);
+    if (!fileBuffer) {
+        fileBuffer.reset(new char[bufferSize]);
+    }
     file.reset(platform::openFile(fileName.get(), platform::OpenMode::write));
     if (!file) {
         lang::raise<FileNotFoundException>(getClassName(), fileName.get());
@@ -59,6 +65,8 @@ void FileOutputStream::setFileName(const WideChar* name) {
         lang::raise<IOException>(getClassName(),
                                  lang::message(u"This file or directoy is System file. : ", fileName.get()));
     }
+    // Without this buffer the file has another one, and is written the same.
+    static_cast<void>(std::setvbuf(file.get(), fileBuffer.get(), _IOFBF, bufferSize));
 }
 
 const WideChar* FileOutputStream::getFileName() {

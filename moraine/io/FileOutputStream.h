@@ -67,7 +67,8 @@ protected:
     virtual const WideChar* getClassName() const;
 
 private:
-    OwnedFile file;  // null when not open
+    std::unique_ptr<char[]> fileBuffer;  // the file's, which therefore ends first
+    OwnedFile file;                      // null when not open
     std::unique_ptr<WideChar[]> fileName;
 };
 

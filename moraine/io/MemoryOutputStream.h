@@ -52,9 +52,19 @@ public:
     void writeto(OutputStream* target);
 
 private:
+    struct Free {
+        void operator()(char* doomed) const noexcept;
+    };
+    /// A block of the C library, which can enlarge one, and a big one without copying what is in it.
+    using Bytes = std::unique_ptr<char[], Free>;
+
     const WideChar* getClassName() const;
 
-    std::unique_ptr<char[]> bytes;
+    static Bytes newBytes(unsigned int capacity);
+    static Bytes copyOf(const MemoryOutputStream& other);
+    const char* makeRoom(const char* data, unsigned int length);
+
+    Bytes bytes;
     unsigned int capacity;
     unsigned int size = 0;  // size <= capacity
 };

@@ -196,6 +196,23 @@ inline std::size_t find(const WideChar* text, std::size_t length, WideChar wante
         [=](WideChar unit) { return unit == wanted; });
 }
 
+/// Which of 16 bytes markup writes as references.
+inline __m128i areReservedBytes(__m128i bytes) noexcept {
+    const auto equal = [](__m128i some, int wanted) {
+        return _mm_cmpeq_epi8(some, _mm_set1_epi8(static_cast<char>(wanted)));
+    };
+    // `&` differs from the single quote in one bit, and so does `<` from `>`.
+    const __m128i ampersands = equal(_mm_or_si128(bytes, _mm_set1_epi8(u'&' ^ u'\'')), u'&' | u'\'');
+    const __m128i brackets = equal(_mm_or_si128(bytes, _mm_set1_epi8(u'<' ^ u'>')), u'<' | u'>');
+    return _mm_or_si128(equal(bytes, u'"'), _mm_or_si128(ampersands, brackets));
+}
+
+/// Which of 8 units markup writes as references. Units that fit into no byte become 0 or 0xFF.
+inline __m128i areReserved(__m128i units) noexcept {
+    const __m128i reserved = areReservedBytes(_mm_packus_epi16(units, units));
+    return _mm_unpacklo_epi8(reserved, reserved);
+}
+
 /// A bit for each of 16 comparisons of bytes.
 inline unsigned int bitsOf(__m128i comparison) noexcept {
     return static_cast<unsigned int>(_mm_movemask_epi8(comparison));
@@ -261,15 +278,17 @@ inline std::size_t findNameEnd(const WideChar* text, std::size_t length) noexcep
 }
 
 inline std::size_t findReserved(const WideChar* text, std::size_t length) noexcept {
-    const auto matching = [](__m128i units) {
-        // `&` differs from the single quote in one bit, and so does `<` from `>`.
-        const __m128i oneBit = _mm_set1_epi16(u'&' ^ u'\'');
-        const __m128i otherBit = _mm_set1_epi16(u'<' ^ u'>');
-        const __m128i ampersands = areEqual(_mm_or_si128(units, oneBit), u'&' | u'\'');
-        const __m128i brackets = areEqual(_mm_or_si128(units, otherBit), u'<' | u'>');
-        return _mm_or_si128(areEqual(units, u'"'), _mm_or_si128(ampersands, brackets));
-    };
-    return findFirst(text, length, matching, scalar::isReserved);
+    std::size_t at = 0;
+    for (; length - at >= 32; at += 32) {
+        const __m128i low = areReservedBytes(_mm_packus_epi16(load(text + at), load(text + at + 8)));
+        const __m128i high = areReservedBytes(_mm_packus_epi16(load(text + at + 16), load(text + at + 24)));
+        if (_mm_movemask_epi8(_mm_or_si128(low, high)) != 0) {
+            break;
+        }
+    }
+    return at + findFirst(
+                    text + at, length - at, [](__m128i units) { return areReserved(units); },
+                    [](WideChar unit) { return scalar::isReserved(unit); });
 }
 
 /// Converts @p length elements by whole registers of 16 elements, or by halves if there are fewer. Of an element's

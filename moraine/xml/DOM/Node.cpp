@@ -5,7 +5,6 @@
 
 #include "moraine/lang/ArrayIndexOutBoundsException.h"
 #include "moraine/lang/internal/Raise.h"
-#include "moraine/text/internal/Scan.h"
 #include "moraine/xml/internal/References.h"
 
 namespace moraine::xml::DOM {

@@ -6,6 +6,7 @@
 #include "moraine/io/DataFormatException.h"
 #include "moraine/lang/internal/Raise.h"
 #include "moraine/text/EncoderManager.h"
+#include "moraine/text/internal/Kernels.h"
 #include "moraine/text/internal/Scan.h"
 #include "moraine/text/UnsupportedEncodingException.h"
 #include "moraine/xml/DOM/Declaration.h"
@@ -30,12 +31,22 @@ inline void empty(WideString& buffer) {
 /// An argument, read as a node stores it.
 class Stored {
 public:
-    explicit Stored(const WideChar* markup) : text(storedForm(markup, unitCount(text::lengthOf(markup)), room)) {}
+    explicit Stored(const WideChar* markup) {
+        const unsigned int length = unitCount(text::lengthOf(markup));
+        plain = text::scan::findReserved(markup, length) == length;
+        text = plain ? std::u16string_view(markup, length) : storedForm(markup, length, room);
+    }
     Stored(const Stored& other) = delete;
     Stored& operator=(const Stored& other) = delete;
-    operator std::u16string_view() const { return text; }
+
+    std::u16string_view get() const { return text; }
+
+    static void append(WideString& form, const Stored& stored) {
+        stored.plain ? appendLiteral(form, stored.text) : appendEscaped(form, stored.text);
+    }
 
 private:
+    bool plain;  // nothing in it is resolved or written as a reference
     WideString room;
     std::u16string_view text;
 };
@@ -50,7 +61,7 @@ XMLWriter::XMLWriter(io::OutputStream* target, const WideChar* encoding, bool in
                                                         lang::message(u"Unsupported encoding. : ", encoding));
     }
     encoder.reset(manager.getEncoder(encoding));
-    asciiStays = text::equal(encoder->getEncodeName(), u"UTF-8");
+    utf8 = text::equal(encoder->getEncodeName(), u"UTF-8");
     Declaration declaration;
     declaration.setEncoding(encoding);
     piece = *declaration.getReferenceString();
@@ -79,14 +90,16 @@ void XMLWriter::writeStartElement(const WideChar* name) {
         send();
         lastWritten = elementNode;
     }
-    openElements.push_back({names.size()});
-    names += stored;
-    empty(startTag);
-    startTag.append(u"<").append(stored);
-    attributeNames.clear();
+    openElements.emplace_back(tags.size());
+    tags += u'<';
+    tags += stored.get();
+    empty(attributes);
+    empty(attributeNames);
     attributeCount = 0;
-    manyAttributeNames.clear();
-    namedAttributes = 0;
+    if (namedAttributes > 0) {
+        manyAttributeNames.clear();
+        namedAttributes = 0;
+    }
     if (nested && indent) {
         ++depth;
     }
@@ -103,9 +116,9 @@ void XMLWriter::writeAttribute(const WideChar* name, const WideChar* value) {
     }
     const Stored storedName(name);
     const Stored storedValue(value);
-    startTag += u' ';
-    appendAttribute(startTag, storedName, storedValue, appendEscaped);
-    attributeNames.append(storedName).push_back(0);
+    attributes += u' ';
+    appendAttribute(attributes, storedName, storedValue, Stored::append);
+    attributeNames.append(storedName.get()).push_back(0);
     ++attributeCount;
 }
 
@@ -117,7 +130,7 @@ void XMLWriter::writeText(const WideChar* text) {
     const Stored stored(text);
     empty(piece);
     putStartTag();
-    appendEscaped(piece, stored);
+    Stored::append(piece, stored);
     openElements.back().hasText = true;
     send();
     lastWritten = textNode;
@@ -134,7 +147,7 @@ void XMLWriter::writeComment(const WideChar* text) {
     if (ownLine) {
         putIndentation();
     }
-    appendComment(piece, stored, appendEscaped);
+    appendComment(piece, stored, Stored::append);
     if (ownLine) {
         putLineEnd();
     }
@@ -148,19 +161,22 @@ void XMLWriter::writeEndElement() {
     const OpenElement ended = openElements.back();
     if (!ended.hasChild) {
         putIndentation();
-        piece.append(startTag).append(u"/>");
+        putOpenTag();
+        piece += u"/>";
     } else {
         // Behind a text the end tag continues the line.
         if (lastWritten == elementNode || lastWritten == commentNode) {
             putIndentation();
         }
-        piece.append(u"</").append(names, ended.name).append(u">");
+        piece += u"</";
+        piece.append(tags, ended.tag + 1);
+        piece += u'>';
     }
     putLineEnd();
     leaveLevel();
     send();
     lastWritten = elementNode;
-    names.resize(ended.name);
+    tags.resize(ended.tag);
     openElements.pop_back();
 }
 
@@ -213,8 +229,15 @@ bool XMLWriter::putStartTag() {
         return false;
     }
     putIndentation();
-    piece.append(startTag).append(u">");
+    putOpenTag();
+    piece += u'>';
     return true;
+}
+
+/// Puts the tag of the innermost open element with its attributes, but not what ends it.
+void XMLWriter::putOpenTag() {
+    piece.append(tags, openElements.back().tag);
+    piece += attributes;
 }
 
 void XMLWriter::putIndentation() {
@@ -234,13 +257,17 @@ void XMLWriter::leaveLevel() {
 }
 
 void XMLWriter::send() {
-    if (asciiStays) {
-        char bytes[2048];
-        const std::size_t count = piece.size();
-        if (count <= sizeof(bytes) && text::scan::narrowAscii(piece.data(), count, bytes) == count) {
-            stream->write(bytes, static_cast<unsigned int>(count));
-            return;
+    constexpr std::size_t usual = 1024;
+    if (utf8 && piece.size() <= usual) {
+        char bytes[3 * usual];
+        const std::size_t ascii = text::scan::narrowAscii(piece.data(), piece.size(), bytes);
+        std::size_t size = ascii;
+        if (ascii < piece.size()) {
+            size += text::kernels::utf8Size(piece.data() + ascii, piece.size() - ascii);
+            text::kernels::encodeUtf8(piece.data() + ascii, piece.size() - ascii, bytes + ascii);
         }
+        stream->write(bytes, static_cast<unsigned int>(size));
+        return;
     }
     // A piece is one write, but for one so long that its bytes might be more than a write takes.
     constexpr std::size_t most = std::size_t{1} << 29;

@@ -95,7 +95,9 @@ private:
 
     /// Of the elements only that is kept which the calls to come can ask for.
     struct OpenElement {
-        std::size_t name;       // where in `names` its name begins
+        explicit OpenElement(std::size_t start) : tag(start) {}
+
+        std::size_t tag;        // where in `tags` its tag begins
         bool hasChild = false;  // its start tag has waited for the first one
         bool hasText = false;
     };
@@ -104,6 +106,7 @@ private:
     void requireOpenElement(long line = __builtin_LINE()) const;
     bool hasAttribute(std::u16string_view name);
     bool putStartTag();
+    void putOpenTag();
     void putIndentation();
     void putLineEnd();
     void leaveLevel();
@@ -111,9 +114,9 @@ private:
 
     io::OutputStream* stream;               // borrowed
     std::vector<OpenElement> openElements;  // outermost first
-    WideString names;                       // theirs, one behind the other
-    WideString startTag;                    // of the innermost one with its attributes so far; it lacks its end
-    WideString attributeNames;              // theirs, each with a zero unit behind it
+    WideString tags;                        // the beginnings of theirs, `<` and the name, one behind the other
+    WideString attributes;                  // the text forms of the innermost one's, a blank in front of each
+    WideString attributeNames;              // theirs, a zero unit behind each
     unsigned int attributeCount = 0;
     std::set<WideString> manyAttributeNames;  // the first ones of them again, once they are many,
     std::size_t namedAttributes = 0;          // up to this place in `attributeNames`
@@ -121,7 +124,7 @@ private:
     bool indent;
     int lastWritten = 0;  // the kind of the piece written last
     std::unique_ptr<text::IEncoder> encoder;
-    bool asciiStays;   // the encoder leaves ASCII as it is
+    bool utf8;         // the encoder's way is known, and gone without it
     WideString piece;  // what is being written
     bool closed = false;
 };

@@ -1,5 +1,6 @@
 #include "moraine/xml/internal/References.h"
 
+#include <algorithm>
 #include <string_view>
 
 #include "moraine/text/internal/Scan.h"
@@ -46,6 +47,18 @@ const NamedReference* namedReferenceAt(View text) {
         }
     }
     return nullptr;
+}
+
+/// Whether any ampersand begins a reference; one that begins a numeric reference is taken for that unseen.
+bool mayHoldReference(View text) {
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        at += text::scan::find(text.data() + at, text.size() - at, u'&');
+        const View rest = text.substr(at);
+        if (beginsWith(rest, u"&#") || beginsWith(rest, ampersand) || namedReferenceAt(rest) != nullptr) {
+            return true;
+        }
+    }
+    return false;
 }
 
 /// What stands between "&#" and ";". Of more units than any number may have only their count is kept.
@@ -204,16 +217,17 @@ private:
 }  // namespace
 
 void appendReferences(WideString& target, const WideChar* text, std::size_t length) {
-    std::size_t at = 0;
-    for (;;) {
-        const std::size_t run = text::scan::findReserved(text + at, length - at);
+    // Of a long text so much at once that the copy finds in the cache what the search has read.
+    constexpr std::size_t most = 4096;
+    for (std::size_t at = 0; at < length;) {
+        const std::size_t searched = std::min(length - at, most);
+        const std::size_t run = text::scan::findReserved(text + at, searched);
         target.append(text + at, run);
         at += run;
-        if (at == length) {
-            return;
+        if (run < searched) {
+            target.append(referenceFor(text[at]));
+            ++at;
         }
-        target.append(referenceFor(text[at]));
-        ++at;
     }
 }
 
@@ -225,6 +239,9 @@ std::u16string_view storedForm(const WideChar* text, std::size_t length, WideStr
     const std::size_t plain = text::scan::findEither(text, length, u'&', 0);
     if (plain == length || text[plain] == 0) {
         return {text, plain};
+    }
+    if (!mayHoldReference({text + plain, length - plain})) {
+        return {text, plain + text::scan::find(text + plain, length - plain, 0)};
     }
     room.assign(text, plain);
     appendResolved(room, text + plain, length - plain, Resolve::all);

@@ -23,14 +23,16 @@ inline std::u16string_view textOrEmpty(const WideChar* text) {
     return {text, text::lengthOf(text)};
 }
 
-inline void appendAttribute(WideString& form, std::u16string_view name, std::u16string_view value, AppendText append) {
+template <class Text, class Append>
+void appendAttribute(WideString& form, const Text& name, const Text& value, Append append) {
     append(form, name);
     form += u"=\"";
     append(form, value);
     form += u'"';
 }
 
-inline void appendComment(WideString& form, std::u16string_view text, AppendText append) {
+template <class Text, class Append>
+void appendComment(WideString& form, const Text& text, Append append) {
     form += u"<!--";
     append(form, text);
     form += u"-->";
