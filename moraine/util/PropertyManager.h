@@ -43,6 +43,8 @@ public:
     /// characters, however short its lines. A file of 20480 such characters or more is refused in that way; put a
     /// stream that hands out smaller pieces, say 4096 bytes at a time, between the file and this operation.
     ///
+    /// With "UTF-8" a zero byte hides all that follows it in its block, without a failure.
+    ///
     /// A failure leaves the properties of the lines in front of it in the table, and the stream partly read.
     /// @throws text::UnsupportedEncodingException if the encoding is not known; the table is as it was
     /// @throws lang::IllegalArgumentException if @p encoding is null (the table is as it was), or if the decoder cannot

@@ -48,7 +48,8 @@ namespace moraine::xml::DOM {
 /// - a block that ends behind `<!-` or `<!--`, or one that has nothing but the `!` behind the `<` of the one before,
 ///   makes the comment that begins there fail with "Unsupported element type.(";
 /// - a block that gives no text ends the data, even if the stream has more: one that holds nothing but the start of a
-///   multi-byte sequence, say, or with "BASE64" only characters that the decoder keeps for the next call.
+///   multi-byte sequence, say, or with "BASE64" only characters that the decoder keeps for the next call;
+/// - with "UTF-8" a zero byte hides all that follows it in its block, so that pieces may be missing without a failure.
 ///
 /// A zero unit, which "BASE64" and "URL" can bring in, is an ordinary unit to the reader; a name or value ends in front
 /// of it.
