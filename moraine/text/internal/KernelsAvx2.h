@@ -247,6 +247,35 @@ MORAINE_AVX2 inline std::size_t utf8Size(const WideChar* text, std::size_t lengt
     return size - (length - at) + scalar::utf8Size(text + at, length - at);
 }
 
+/// For each mask of 8 units that lie in two bytes each: the shuffle that moves to the front the second byte of each,
+/// and in front of it the first where the mask says so.
+constexpr std::array<Shuffle, 256> makeChosenFirst() {
+    std::array<Shuffle, 256> shuffles{};
+    for (unsigned int mask = 0; mask < 256; ++mask) {
+        std::size_t to = 0;
+        for (unsigned int unit = 0; unit < 8; ++unit) {
+            if ((mask >> unit & 1) != 0) {
+                shuffles[mask][to++] = static_cast<signed char>(2 * unit);
+            }
+            shuffles[mask][to++] = static_cast<signed char>(2 * unit + 1);
+        }
+    }
+    return shuffles;
+}
+
+alignas(16) inline constexpr std::array<Shuffle, 256> chosenFirst = makeChosenFirst();
+
+/// Writes the forms of 8 units, none of which takes three bytes; touches 16 bytes.
+MORAINE_AVX2 inline char* encodeEightShort(__m128i units, char* out) noexcept {
+    const __m128i ofTwo = _mm_cmpgt_epi16(units, _mm_set1_epi16(0x7F));
+    const __m128i lead = _mm_or_si128(_mm_srli_epi16(units, 6), _mm_set1_epi16(0xC0));
+    const __m128i trail = _mm_or_si128(_mm_and_si128(units, _mm_set1_epi16(0x3F)), _mm_set1_epi16(0x80));
+    const __m128i second = _mm_slli_epi16(_mm_blendv_epi8(units, trail, ofTwo), 8);
+    const auto mask = static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(ofTwo, _mm_setzero_si128())));
+    store(out, _mm_shuffle_epi8(_mm_or_si128(lead, second), load(chosenFirst[mask])));
+    return out + 8 + countBits(mask);
+}
+
 /// For each choice among four units that lie in four bytes each: the shuffle that moves to the front what counts of
 /// them. That is the third byte, the second too where bits 0 to 3 of the choice are set, and the first too where bits
 /// 4 to 7 are.
@@ -275,8 +304,8 @@ MORAINE_AVX2 inline char* storeForms(char* out, __m128i forms, std::uint32_t cho
 }
 
 /// Writes the forms of 8 units; touches up to 28 bytes.
-MORAINE_AVX2 inline char* encodeEight(const WideChar* text, char* out) noexcept {
-    const __m256i units = _mm256_cvtepu16_epi32(load16(text));
+MORAINE_AVX2 inline char* encodeEight(__m128i eight, char* out) noexcept {
+    const __m256i units = _mm256_cvtepu16_epi32(eight);
     const __m256i six = _mm256_set1_epi32(0x3F);
     const __m256i trail = _mm256_set1_epi32(0x80);
     const __m256i beyondAscii = _mm256_cmpgt_epi32(units, _mm256_set1_epi32(0x7F));
@@ -304,7 +333,9 @@ MORAINE_AVX2 inline void encodeUtf8(const WideChar* text, std::size_t length, ch
             store(out, narrowed(low, high));
             out += 32;
         } else {
-            out = encodeEight(text, out);
+            const __m128i eight = _mm256_castsi256_si128(low);
+            const bool areShort = _mm_testz_si128(eight, _mm_set1_epi16(static_cast<short>(0xF800))) != 0;
+            out = areShort ? encodeEightShort(eight, out) : encodeEight(eight, out);
         }
         text += taken;
         length -= taken;
