@@ -262,14 +262,15 @@ inline std::size_t findSolid(const WideChar* text, std::size_t length) noexcept 
 }
 
 inline std::size_t findNameEnd(const WideChar* text, std::size_t length) noexcept {
-    const __m128i zero = _mm_setzero_si128();
+    // Whether units are at most a given one: what is left of them above it is nothing.
+    const auto atMost = [](__m128i units, WideChar unit) {
+        return _mm_cmpeq_epi16(_mm_subs_epu16(units, _mm_set1_epi16(static_cast<short>(unit))), _mm_setzero_si128());
+    };
     std::size_t at = 0;
     for (; length - at >= 8; at += 8) {
         const __m128i units = load(text + at);
-        const __m128i low = _mm_subs_epu16(units, _mm_set1_epi16(u'-' - 1));
-        const __m128i brackets =
-            _mm_subs_epu16(_mm_sub_epi16(units, _mm_set1_epi16(u';')), _mm_set1_epi16(u'>' - u';'));
-        const __m128i hits = _mm_or_si128(_mm_cmpeq_epi16(low, zero), _mm_cmpeq_epi16(brackets, zero));
+        const __m128i brackets = _mm_andnot_si128(atMost(units, u':'), atMost(units, u'>'));
+        const __m128i hits = _mm_or_si128(atMost(units, u','), brackets);
         if (const auto mask = static_cast<unsigned int>(_mm_movemask_epi8(hits))) {
             return at + firstHit(mask);
         }
