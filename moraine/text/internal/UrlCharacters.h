@@ -82,19 +82,19 @@ constexpr bool isAccepted(unsigned char byte) noexcept {
     return accepted[byte] != 0;
 }
 
-constexpr std::array<signed char, 256> makeDigitValues() {
-    std::array<signed char, 256> values{};
-    for (signed char& value : values) {
+constexpr std::array<short, 256> makeDigitValues() {
+    std::array<short, 256> values{};
+    for (short& value : values) {
         value = -1;
     }
-    signed char next = 0;
+    short next = 0;
     for (const char c : digits) {
         values[static_cast<unsigned char>(c)] = next++;
     }
     return values;
 }
 
-inline constexpr std::array<signed char, 256> digitValues = makeDigitValues();
+inline constexpr std::array<short, 256> digitValues = makeDigitValues();
 
 inline bool isHexDigit(char c) noexcept {
     return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
