@@ -20,8 +20,6 @@ inline bool hasAvx2() noexcept {
 // scalar function.
 namespace avx2 {
 
-// NOLINTBEGIN(portability-simd-intrinsics): this file is for one family of processors only
-
 /// For `_mm_shuffle_epi8`: which bytes a result takes from where; a negative index gives a zero byte.
 using Shuffle = std::array<signed char, 16>;
 
@@ -467,8 +465,6 @@ MORAINE_AVX2 void decodeUrl(Walk<Element>& walk) noexcept {
     }
     scalar::decodeUrl(walk);
 }
-
-// NOLINTEND(portability-simd-intrinsics)
 
 }  // namespace avx2
 }  // namespace moraine::text::kernels
