@@ -61,6 +61,9 @@ XMLReader::XMLReader(io::InputStream* stream)
 XMLReader::~XMLReader() = default;
 
 bool XMLReader::doRead() {
+    if (broken) {
+        std::rethrow_exception(broken);
+    }
     if (!decoder) {
         readProlog();
         return true;
@@ -69,7 +72,15 @@ bool XMLReader::doRead() {
         reportDeclaration();
         return true;
     }
-    return parseToken();
+    try {
+        return parseToken();
+    } catch (io::DataFormatException& e) {
+        if (!endOfData) {
+            // The text of the bad token is no longer what it was, so it cannot be read once more.
+            broken = std::make_exception_ptr(e);
+        }
+        throw;
+    }
 }
 
 const WideChar* XMLReader::getName() const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <exception>
 #include <memory>
 #include <string_view>
 #include <vector>
@@ -59,8 +60,8 @@ namespace moraine::xml::DOM {
 ///
 /// Failures. `doRead` throws `io::DataFormatException` for a bad text. The number in its message, if there is one, is
 /// the length of the declaration plus the place in the text that was pending when the piece began, and not an offset in
-/// the document. After a failure that says that the data ended too early, `doRead` returns false. After any other the
-/// reader is finished and can only be destroyed.
+/// the document. After a failure that says that the data ended too early, `doRead` returns false. After any other bad
+/// text every further call fails in the same way, and the accessors still tell about the last piece.
 ///
 /// A reader is used by one thread at a time and is not copyable. It borrows its stream, which must live until the last
 /// `doRead`, and neither closes nor destroys it.
@@ -226,7 +227,8 @@ private:
     long positionBase = 0;   // the length of the declaration in bytes
     long tokenPosition = 0;  // `positionBase` and the white-space that was pending in front of the token
     bool endOfData = false;
-    WideString resolved;  // the room in which references are resolved
+    std::exception_ptr broken;  // what every further call throws
+    WideString resolved;        // the room in which references are resolved
     text::StringUtil stringUtil;
     std::unique_ptr<text::IDecoder> decoder;  // set when the declaration has been read
 };
