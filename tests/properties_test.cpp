@@ -159,6 +159,18 @@ TEST(PropertyManager, WhatIsWrittenReadsBack) {
     }
 }
 
+// Lines about as long as those that need no encoder, in the longest form that they can have.
+TEST(PropertyManager, LongLines) {
+    for (std::size_t length = 1015; length < 1030; ++length) {
+        PropertyManager properties, copy;
+        const WideString value(length, u'\x800');
+        properties.put(u"long", value.c_str());
+        const std::string text = written(properties);
+        EXPECT_EQ(readMessage(copy, text.substr(0, text.find(';'))), u"");
+        EXPECT_EQ(shown(copy.get(u"long")), value);
+    }
+}
+
 struct Opened : PropertyManager {
     using PropertyManager::check4VariableUseableChar;
 };
@@ -196,7 +208,7 @@ TEST(PropertyManager, AgreesWithAPlainModel) {
         PropertyManager properties;
         std::map<std::string, std::string> model;
         for (unsigned int step = 0; step < 4000; ++step) {
-            const std::string name = std::string(random() % 12, '_') + std::to_string(random() % names);
+            const std::string name = std::string(random() % 24, '_') + std::to_string(random() % names);
             const std::string value = std::to_string(step);
             const WideString wideName(name.begin(), name.end()), wideValue(value.begin(), value.end());
             const WideChar* const found = properties.get(wideName.c_str());

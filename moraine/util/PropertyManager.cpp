@@ -10,6 +10,7 @@
 #include "moraine/text/DecoderManager.h"
 #include "moraine/text/EncoderManager.h"
 #include "moraine/text/internal/Scan.h"
+#include "moraine/text/internal/ShortUtf8.h"
 #include "moraine/text/UnsupportedEncodingException.h"
 #include "moraine/util/internal/PropertyTable.h"
 
@@ -122,8 +123,14 @@ void PropertyManager::write(io::OutputStream* out, const WideChar* encoding) {
     } catch (text::UnsupportedEncodingException& e) {
         lang::passOn(e, getClassName());
     }
-    const auto send = [&](const WideString& text, bool last) {
-        const OwnedByteString bytes = encoder->doEncodeW2M(text.data(), static_cast<unsigned int>(text.size()), last);
+    const bool utf8 = text::equal(encoder->getEncodeName(), u"UTF-8");
+    const auto send = [&](const WideString& piece, bool last) {
+        if (utf8 && piece.size() <= text::ShortUtf8::most) {
+            const text::ShortUtf8 bytes(piece);
+            out->write(bytes.data(), bytes.size());
+            return;
+        }
+        const OwnedByteString bytes = encoder->doEncodeW2M(piece.data(), static_cast<unsigned int>(piece.size()), last);
         out->write(bytes->data(), static_cast<unsigned int>(bytes->size()));
     };
     WideString line;

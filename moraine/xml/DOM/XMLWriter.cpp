@@ -6,8 +6,8 @@
 #include "moraine/io/DataFormatException.h"
 #include "moraine/lang/internal/Raise.h"
 #include "moraine/text/EncoderManager.h"
-#include "moraine/text/internal/Kernels.h"
 #include "moraine/text/internal/Scan.h"
+#include "moraine/text/internal/ShortUtf8.h"
 #include "moraine/text/UnsupportedEncodingException.h"
 #include "moraine/xml/DOM/Declaration.h"
 #include "moraine/xml/internal/TextForms.h"
@@ -257,16 +257,9 @@ void XMLWriter::leaveLevel() {
 }
 
 void XMLWriter::send() {
-    constexpr std::size_t usual = 1024;
-    if (utf8 && piece.size() <= usual) {
-        char bytes[3 * usual];
-        const std::size_t ascii = text::scan::narrowAscii(piece.data(), piece.size(), bytes);
-        std::size_t size = ascii;
-        if (ascii < piece.size()) {
-            size += text::kernels::utf8Size(piece.data() + ascii, piece.size() - ascii);
-            text::kernels::encodeUtf8(piece.data() + ascii, piece.size() - ascii, bytes + ascii);
-        }
-        stream->write(bytes, static_cast<unsigned int>(size));
+    if (utf8 && piece.size() <= text::ShortUtf8::most) {
+        const text::ShortUtf8 bytes(piece);
+        stream->write(bytes.data(), bytes.size());
         return;
     }
     // A piece is one write, but for one so long that its bytes might be more than a write takes.

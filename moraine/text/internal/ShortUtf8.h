@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include "moraine/text/internal/Kernels.h"
+
+namespace moraine::text {
+
+/// A short text in UTF-8, for those who send many: the bytes are the encoder's, and take no room from the heap.
+class ShortUtf8 {
+public:
+    /// The number of units that a text may have.
+    static constexpr std::size_t most = 1024;
+
+    explicit ShortUtf8(std::u16string_view text) noexcept : count(scan::narrowAscii(text.data(), text.size(), bytes)) {
+        if (count < text.size()) {
+            text.remove_prefix(count);
+            kernels::encodeUtf8(text.data(), text.size(), bytes + count);
+            count += kernels::utf8Size(text.data(), text.size());
+        }
+    }
+
+    const char* data() const noexcept { return bytes; }
+    unsigned int size() const noexcept { return static_cast<unsigned int>(count); }
+
+private:
+    char bytes[3 * most];  // as far as they are used
+    std::size_t count;
+};
+
+}  // namespace moraine::text
