@@ -13,6 +13,15 @@ std::uint64_t mixed(std::uint64_t value) noexcept {
     return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
 }
 
+constexpr std::size_t step = 8;
+
+/// Eight units in one number. Units below 0x100, which those of names are, are all in it.
+std::uint64_t packed(const WideChar* units) noexcept {
+    std::uint64_t halves[2];
+    std::memcpy(halves, units, sizeof(halves));
+    return halves[0] ^ halves[1] << 8;
+}
+
 }  // namespace
 
 PropertyTable::PropertyTable(const PropertyTable& other) {
@@ -57,17 +66,20 @@ void PropertyTable::remove(std::u16string_view name) noexcept {
 }
 
 std::uint64_t PropertyTable::hashOf(std::u16string_view name) const noexcept {
-    constexpr std::size_t step = sizeof(std::uint64_t) / sizeof(WideChar);
     std::uint64_t hash = seed ^ name.size();
-    std::uint64_t part = 0;
-    for (; name.size() >= step; name.remove_prefix(step)) {
-        std::memcpy(&part, name.data(), sizeof(part));
-        hash = mixed(hash ^ part);
+    if (name.size() < step) {
+        std::uint64_t part = 0;
+        for (const WideChar unit : name) {
+            part = part << 8 ^ unit;
+        }
+        return mixed(hash ^ part);
     }
-    WideChar last[step] = {};
-    std::copy(name.begin(), name.end(), last);
-    std::memcpy(&part, last, sizeof(part));
-    return mixed(hash ^ part);
+    // The last step takes the end of the name, with what the step in front of it may have taken already.
+    const WideChar* const last = name.data() + name.size() - step;
+    for (const WideChar* at = name.data(); at < last; at += step) {
+        hash = mixed(hash ^ packed(at));
+    }
+    return mixed(hash ^ packed(last));
 }
 
 /// The slot of a name's entry, or the one where it goes.
