@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <string_view>
 
-#include "moraine/text/internal/Kernels.h"
+#include "moraine/text/WideChar.h"
 
 namespace moraine::text {
 
@@ -13,13 +13,7 @@ public:
     /// The number of units that a text may have.
     static constexpr std::size_t most = 1024;
 
-    explicit ShortUtf8(std::u16string_view text) noexcept : count(scan::narrowAscii(text.data(), text.size(), bytes)) {
-        if (count < text.size()) {
-            text.remove_prefix(count);
-            kernels::encodeUtf8(text.data(), text.size(), bytes + count);
-            count += kernels::utf8Size(text.data(), text.size());
-        }
-    }
+    explicit ShortUtf8(std::u16string_view text) noexcept;
 
     const char* data() const noexcept { return bytes; }
     unsigned int size() const noexcept { return static_cast<unsigned int>(count); }
