@@ -1,17 +1,19 @@
 #include "moraine/xml/DOM/XMLWriter.h"
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 #include "moraine/io/DataFormatException.h"
 #include "moraine/lang/internal/Raise.h"
 #include "moraine/text/EncoderManager.h"
 #include "moraine/text/internal/Scan.h"
-#include "moraine/text/internal/ShortUtf8.h"
 #include "moraine/text/UnsupportedEncodingException.h"
+#include "moraine/text/UTF8Decoder.h"
 #include "moraine/xml/DOM/Declaration.h"
 #include "moraine/xml/internal/TextForms.h"
 #include "moraine/xml/internal/UnitCount.h"
+#include "moraine/xml/internal/Utf8Buffer.h"
 
 namespace moraine::xml::DOM {
 namespace {
@@ -19,42 +21,59 @@ namespace {
 /// From so many attributes on their names are looked up instead of compared one by one.
 constexpr unsigned int manyAttributes = 16;
 
-/// Empties a buffer that is used again and again. It does not keep the room of an unusually long text.
-inline void empty(WideString& buffer) {
+/// Empties a text that is used again and again. It does not keep the room of an unusually long one.
+inline void empty(WideString& text) {
     constexpr std::size_t usual = std::size_t{1} << 15;
-    if (buffer.capacity() > usual) {
-        WideString().swap(buffer);
+    if (text.capacity() > usual) {
+        WideString().swap(text);
     }
-    buffer.clear();
+    text.clear();
 }
 
-/// An argument, read as a node stores it.
+/// A zero-terminated argument, read as a node stores it.
 class Stored {
 public:
     explicit Stored(const WideChar* markup) {
-        const unsigned int length = unitCount(text::lengthOf(markup));
-        plain = text::scan::findReserved(markup, length) == length;
-        text = plain ? std::u16string_view(markup, length) : storedForm(markup, length, room);
+        if (markup == nullptr) {
+            return;
+        }
+        // Most arguments are so short that one walk unit by unit is done before two searches have begun.
+        constexpr std::size_t few = 16;
+        while (plain < few && markup[plain] != 0 && !text::scan::scalar::isReserved(markup[plain])) {
+            ++plain;
+        }
+        std::size_t length = plain;
+        if (markup[plain] != 0) {
+            length += text::lengthOf(markup + plain);
+            plain += text::scan::findReserved(markup + plain, length - plain);
+        }
+        given = {markup, unitCount(length)};
+        text = plain == length ? std::u16string_view(markup, length) : storedForm(markup, length, room);
     }
     Stored(const Stored& other) = delete;
     Stored& operator=(const Stored& other) = delete;
 
+    std::u16string_view asGiven() const { return given; }
     std::u16string_view get() const { return text; }
 
-    static void append(WideString& form, const Stored& stored) {
-        stored.plain ? appendLiteral(form, stored.text) : appendEscaped(form, stored.text);
+    static void append(Utf8Buffer& form, const Stored& stored) {
+        form.append(stored.text.substr(0, stored.plain));
+        if (stored.plain < stored.text.size()) {
+            appendReferences(form, stored.text.data() + stored.plain, stored.text.size() - stored.plain);
+        }
     }
 
 private:
-    bool plain;  // nothing in it is resolved or written as a reference
+    std::size_t plain = 0;  // so many units at its start mean themselves and are written as they are
     WideString room;
+    std::u16string_view given;
     std::u16string_view text;
 };
 
 }  // namespace
 
 XMLWriter::XMLWriter(io::OutputStream* target, const WideChar* encoding, bool indented)
-    : stream(target), indent(indented) {
+    : stream(target), tags(std::make_unique<Utf8Buffer>()), indent(indented), piece(std::make_unique<Utf8Buffer>()) {
     text::EncoderManager manager;
     if (!manager.isSupported(encoding)) {
         lang::raise<text::UnsupportedEncodingException>(getClassName(),
@@ -64,7 +83,7 @@ XMLWriter::XMLWriter(io::OutputStream* target, const WideChar* encoding, bool in
     utf8 = text::equal(encoder->getEncodeName(), u"UTF-8");
     Declaration declaration;
     declaration.setEncoding(encoding);
-    piece = *declaration.getReferenceString();
+    piece->append(std::u16string_view(*declaration.getReferenceString()));
     putLineEnd();
     send();
     lastWritten = declarationNode;
@@ -84,16 +103,17 @@ XMLWriter::~XMLWriter() {
 void XMLWriter::writeStartElement(const WideChar* name) {
     const Stored stored(name);
     const bool nested = isElementOpen();
-    empty(piece);
+    piece->clear();
     if (putStartTag()) {
         putLineEnd();
         send();
         lastWritten = elementNode;
     }
-    openElements.emplace_back(tags.size());
-    tags += u'<';
-    tags += stored.get();
-    empty(attributes);
+    const std::size_t start = nested ? openElements.back().nameEnd : 0;
+    tags->truncate(start);
+    *tags += u'<';
+    tags->append(stored.get());
+    openElements.emplace_back(start, tags->size());
     empty(attributeNames);
     attributeCount = 0;
     if (namedAttributes > 0) {
@@ -111,13 +131,13 @@ void XMLWriter::writeAttribute(const WideChar* name, const WideChar* value) {
         lang::raise<io::DataFormatException>(getClassName(), u"Current element is already writed.");
     }
     // The name counts as it comes here, and as it is stored where it is compared with later ones.
-    if (hasAttribute(textOrEmpty(name))) {
+    const Stored storedName(name);
+    if (hasAttribute(storedName.asGiven())) {
         lang::raise<io::DataFormatException>(getClassName(), u"Already has a same attribute name.");
     }
-    const Stored storedName(name);
     const Stored storedValue(value);
-    attributes += u' ';
-    appendAttribute(attributes, storedName, storedValue, Stored::append);
+    *tags += u' ';
+    appendAttribute(*tags, storedName, storedValue, Stored::append);
     attributeNames.append(storedName.get()).push_back(0);
     ++attributeCount;
 }
@@ -128,9 +148,9 @@ void XMLWriter::writeText(const WideChar* text) {
         lang::raise<io::DataFormatException>(getClassName(), u"Already has a text.");
     }
     const Stored stored(text);
-    empty(piece);
+    piece->clear();
     putStartTag();
-    Stored::append(piece, stored);
+    Stored::append(*piece, stored);
     openElements.back().hasText = true;
     send();
     lastWritten = textNode;
@@ -138,7 +158,7 @@ void XMLWriter::writeText(const WideChar* text) {
 
 void XMLWriter::writeComment(const WideChar* text) {
     const Stored stored(text);
-    empty(piece);
+    piece->clear();
     if (putStartTag()) {
         putLineEnd();
     }
@@ -147,7 +167,7 @@ void XMLWriter::writeComment(const WideChar* text) {
     if (ownLine) {
         putIndentation();
     }
-    appendComment(piece, stored, Stored::append);
+    appendComment(*piece, stored, Stored::append);
     if (ownLine) {
         putLineEnd();
     }
@@ -157,26 +177,25 @@ void XMLWriter::writeComment(const WideChar* text) {
 
 void XMLWriter::writeEndElement() {
     requireOpenElement();
-    empty(piece);
+    piece->clear();
     const OpenElement ended = openElements.back();
     if (!ended.hasChild) {
         putIndentation();
-        putOpenTag();
-        piece += u"/>";
+        piece->append(tags->text().substr(ended.tag));
+        *piece += u"/>";
     } else {
         // Behind a text the end tag continues the line.
         if (lastWritten == elementNode || lastWritten == commentNode) {
             putIndentation();
         }
-        piece += u"</";
-        piece.append(tags, ended.tag + 1);
-        piece += u'>';
+        *piece += u"</";
+        piece->append(tags->text().substr(ended.tag + 1, ended.nameEnd - ended.tag - 1));
+        *piece += u'>';
     }
     putLineEnd();
     leaveLevel();
     send();
     lastWritten = elementNode;
-    tags.resize(ended.tag);
     openElements.pop_back();
 }
 
@@ -229,26 +248,20 @@ bool XMLWriter::putStartTag() {
         return false;
     }
     putIndentation();
-    putOpenTag();
-    piece += u'>';
+    piece->append(tags->text().substr(openElements.back().tag));
+    *piece += u'>';
     return true;
-}
-
-/// Puts the tag of the innermost open element with its attributes, but not what ends it.
-void XMLWriter::putOpenTag() {
-    piece.append(tags, openElements.back().tag);
-    piece += attributes;
 }
 
 void XMLWriter::putIndentation() {
     if (indent) {
-        piece.append(2 * static_cast<std::size_t>(depth), u' ');
+        piece->append(2 * static_cast<std::size_t>(depth), ' ');
     }
 }
 
 void XMLWriter::putLineEnd() {
     if (indent) {
-        piece += u"\r\n";
+        *piece += u"\r\n";
     }
 }
 
@@ -257,20 +270,21 @@ void XMLWriter::leaveLevel() {
 }
 
 void XMLWriter::send() {
-    if (utf8 && piece.size() <= text::ShortUtf8::most) {
-        const text::ShortUtf8 bytes(piece);
-        stream->write(bytes.data(), bytes.size());
+    std::string_view rest = piece->text();
+    if (utf8 && rest.size() <= std::numeric_limits<unsigned int>::max()) {
+        stream->write(rest.data(), static_cast<unsigned int>(rest.size()));
         return;
     }
     // A piece is one write, but for one so long that its bytes might be more than a write takes.
     constexpr std::size_t most = std::size_t{1} << 29;
-    std::size_t at = 0;
+    text::UTF8Decoder decoder;
     do {
-        const std::size_t count = std::min(piece.size() - at, most);
-        const OwnedByteString bytes = encoder->doEncodeW2M(piece.data() + at, static_cast<unsigned int>(count), false);
-        stream->write(bytes->data(), static_cast<unsigned int>(bytes->size()));
-        at += count;
-    } while (at < piece.size());
+        const std::string_view part = rest.substr(0, most);
+        rest.remove_prefix(part.size());
+        const OwnedWideString units = decoder.doDecodeM2W(part.data(), unitCount(part.size()), false);
+        const OwnedByteString bytes = encoder->doEncodeW2M(units->data(), unitCount(units->size()), false);
+        stream->write(bytes->data(), unitCount(bytes->size()));
+    } while (!rest.empty());
 }
 
 }  // namespace moraine::xml::DOM

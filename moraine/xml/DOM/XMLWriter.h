@@ -10,7 +10,11 @@
 #include "moraine/text/IEncoder.h"
 #include "moraine/text/WideChar.h"
 
-namespace moraine::xml::DOM {
+namespace moraine::xml {
+
+class Utf8Buffer;
+
+namespace DOM {
 
 /// Writes an XML document to a stream, call by call, in document order.
 ///
@@ -95,9 +99,10 @@ private:
 
     /// Of the elements only that is kept which the calls to come can ask for.
     struct OpenElement {
-        explicit OpenElement(std::size_t start) : tag(start) {}
+        OpenElement(std::size_t start, std::size_t end) : tag(start), nameEnd(end) {}
 
         std::size_t tag;        // where in `tags` its tag begins
+        std::size_t nameEnd;    // and where the name in it ends
         bool hasChild = false;  // its start tag has waited for the first one
         bool hasText = false;
     };
@@ -106,7 +111,6 @@ private:
     void requireOpenElement(long line = __builtin_LINE()) const;
     bool hasAttribute(std::u16string_view name);
     bool putStartTag();
-    void putOpenTag();
     void putIndentation();
     void putLineEnd();
     void leaveLevel();
@@ -114,9 +118,8 @@ private:
 
     io::OutputStream* stream;               // borrowed
     std::vector<OpenElement> openElements;  // outermost first
-    WideString tags;                        // the beginnings of theirs, `<` and the name, one behind the other
-    WideString attributes;                  // the text forms of the innermost one's, a blank in front of each
-    WideString attributeNames;              // theirs, a zero unit behind each
+    std::unique_ptr<Utf8Buffer> tags;       // theirs, as far as they are to be written, one behind the other
+    WideString attributeNames;              // the innermost one's, a zero unit behind each
     unsigned int attributeCount = 0;
     std::set<WideString> manyAttributeNames;  // the first ones of them again, once they are many,
     std::size_t namedAttributes = 0;          // up to this place in `attributeNames`
@@ -124,9 +127,10 @@ private:
     bool indent;
     int lastWritten = 0;  // the kind of the piece written last
     std::unique_ptr<text::IEncoder> encoder;
-    bool utf8;         // the encoder's way is known, and gone without it
-    WideString piece;  // what is being written
+    bool utf8;                          // the encoder has nothing to do
+    std::unique_ptr<Utf8Buffer> piece;  // what is being written
     bool closed = false;
 };
 
-}  // namespace moraine::xml::DOM
+}  // namespace DOM
+}  // namespace moraine::xml

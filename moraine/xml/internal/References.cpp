@@ -5,24 +5,30 @@
 
 #include "moraine/text/internal/Scan.h"
 #include "moraine/text/StringUtil.h"
+#include "moraine/xml/internal/Utf8Buffer.h"
 
 namespace moraine::xml {
 namespace {
 
 using View = std::u16string_view;
 
-View referenceFor(WideChar reserved) {
+template <class Target>
+void appendReference(Target& target, WideChar reserved) {
     switch (reserved) {
         case u'&':
-            return u"&amp;";
+            target += u"&amp;";
+            break;
         case u'<':
-            return u"&lt;";
+            target += u"&lt;";
+            break;
         case u'>':
-            return u"&gt;";
+            target += u"&gt;";
+            break;
         case u'\'':
-            return u"&#39;";
+            target += u"&#39;";
+            break;
         default:
-            return u"&quot;";
+            target += u"&quot;";
     }
 }
 
@@ -49,12 +55,26 @@ const NamedReference* namedReferenceAt(View text) {
     return nullptr;
 }
 
-/// Whether any ampersand begins a reference; one that begins a numeric reference is taken for that unseen.
+/// Whether the ampersand that `text` begins with begins a reference; a numeric one is taken for that unseen.
+bool isReferenceAt(View text) {
+    switch (text.size() > 1 ? text[1] : 0) {
+        case u'#':
+            return true;
+        case u'a':
+        case u'g':
+        case u'l':
+        case u'q':
+            return beginsWith(text, ampersand) || namedReferenceAt(text) != nullptr;
+        default:
+            return false;
+    }
+}
+
+/// Whether any ampersand begins a reference.
 bool mayHoldReference(View text) {
     for (std::size_t at = 0; at < text.size(); ++at) {
         at += text::scan::find(text.data() + at, text.size() - at, u'&');
-        const View rest = text.substr(at);
-        if (beginsWith(rest, u"&#") || beginsWith(rest, ampersand) || namedReferenceAt(rest) != nullptr) {
+        if (isReferenceAt(text.substr(at))) {
             return true;
         }
     }
@@ -214,22 +234,34 @@ private:
     std::size_t openAmpersand = WideString::npos;  // in `out`, with fewer than five units from it on
 };
 
+/// The index of the first unit that is written as a reference, or @p length if there is none. Behind one the next is
+/// often near, so it is looked for unit by unit at first.
+std::size_t findNextReserved(const WideChar* text, std::size_t length) {
+    const std::size_t near = std::min<std::size_t>(length, 8);
+    const std::size_t at = text::scan::scalar::findReserved(text, near);
+    return at < near ? at : near + text::scan::findReserved(text + near, length - near);
+}
+
 }  // namespace
 
-void appendReferences(WideString& target, const WideChar* text, std::size_t length) {
+template <class Target>
+void appendReferences(Target& target, const WideChar* text, std::size_t length) {
     // Of a long text so much at once that the copy finds in the cache what the search has read.
     constexpr std::size_t most = 4096;
     for (std::size_t at = 0; at < length;) {
         const std::size_t searched = std::min(length - at, most);
-        const std::size_t run = text::scan::findReserved(text + at, searched);
-        target.append(text + at, run);
+        const std::size_t run = findNextReserved(text + at, searched);
+        target.append(View(text + at, run));
         at += run;
         if (run < searched) {
-            target.append(referenceFor(text[at]));
+            appendReference(target, text[at]);
             ++at;
         }
     }
 }
+
+template void appendReferences(WideString& target, const WideChar* text, std::size_t length);
+template void appendReferences(Utf8Buffer& target, const WideChar* text, std::size_t length);
 
 void appendResolved(WideString& target, const WideChar* text, std::size_t length, Resolve which) {
     Resolver(target, {text, length}, which).run();

@@ -7,7 +7,9 @@
 namespace moraine::xml {
 
 /// Appends literal text with its reserved characters written as references.
-void appendReferences(WideString& target, const WideChar* text, std::size_t length);
+/// @tparam Target `WideString` or `Utf8Buffer`
+template <class Target>
+void appendReferences(Target& target, const WideChar* text, std::size_t length);
 
 /// Which references `appendResolved` resolves.
 enum class Resolve {

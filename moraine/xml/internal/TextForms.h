@@ -23,16 +23,16 @@ inline std::u16string_view textOrEmpty(const WideChar* text) {
     return {text, text::lengthOf(text)};
 }
 
-template <class Text, class Append>
-void appendAttribute(WideString& form, const Text& name, const Text& value, Append append) {
+template <class Form, class Text, class Append>
+void appendAttribute(Form& form, const Text& name, const Text& value, Append append) {
     append(form, name);
     form += u"=\"";
     append(form, value);
     form += u'"';
 }
 
-template <class Text, class Append>
-void appendComment(WideString& form, const Text& text, Append append) {
+template <class Form, class Text, class Append>
+void appendComment(Form& form, const Text& text, Append append) {
     form += u"<!--";
     append(form, text);
     form += u"-->";
