@@ -18,7 +18,7 @@ public:
 
     /// Markup to literal text. "&lt;", "&gt;", "&apos;" and "&quot;" are resolved first, then numeric references in
     /// the result of that, then "&amp;" in the result of that: so `&amp;lt;` gives "&lt;", and `&#38;amp;` gives "&".
-    /// The inverse of `string2Reference` for every text.
+    /// The inverse of `string2Reference` for every text without zero units.
     /// Takes exactly @p length units of @p text; numeric references behind a zero unit are left as they are.
     OwnedWideString reference2String(const WideChar* text, unsigned int length);
 
