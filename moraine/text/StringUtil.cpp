@@ -9,6 +9,7 @@
 #include "moraine/platform/Locale.h"
 #include "moraine/text/internal/Replace.h"
 #include "moraine/text/internal/Scan.h"
+#include "moraine/text/internal/View.h"
 
 namespace moraine::text {
 namespace {
@@ -81,14 +82,6 @@ std::unique_ptr<std::basic_string<Unit>> inOtherCase(std::basic_string_view<Unit
         std::transform(text.begin(), text.end(), result->begin(), convert);
     }
     return result;
-}
-
-std::string_view view(const char* text) {
-    return text == nullptr ? std::string_view() : std::string_view(text);
-}
-
-std::u16string_view view(const WideChar* text) {
-    return {text, lengthOf(text)};
 }
 
 }  // namespace

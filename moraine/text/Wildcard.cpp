@@ -9,20 +9,13 @@
 #include "moraine/lang/internal/Raise.h"
 #include "moraine/platform/Locale.h"
 #include "moraine/text/internal/Replace.h"
+#include "moraine/text/internal/View.h"
 
 namespace moraine::text {
 namespace {
 
 template <class Unit>
 using View = std::basic_string_view<Unit>;
-
-View<char> view(const char* text) {
-    return text == nullptr ? View<char>() : View<char>(text);
-}
-
-View<WideChar> view(const WideChar* text) {
-    return {text, lengthOf(text)};
-}
 
 bool isDigit(char unit) {
     return unit >= '0' && unit <= '9';

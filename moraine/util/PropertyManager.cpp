@@ -11,6 +11,7 @@
 #include "moraine/text/EncoderManager.h"
 #include "moraine/text/internal/Scan.h"
 #include "moraine/text/internal/ShortUtf8.h"
+#include "moraine/text/internal/View.h"
 #include "moraine/text/UnsupportedEncodingException.h"
 #include "moraine/util/internal/PropertyTable.h"
 
@@ -29,9 +30,7 @@ bool isName(std::u16string_view text) {
 
 constexpr const WideChar* badCharacter = u"Can't use char contained in property name.";
 
-std::u16string_view view(const WideChar* text) {
-    return {text, text::lengthOf(text)};
-}
+using text::view;
 
 /// The message of a failure in a line.
 WideString inLine(const WideChar* words, unsigned int lineNumber) {

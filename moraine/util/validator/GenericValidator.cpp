@@ -3,19 +3,15 @@
 #include <algorithm>
 #include <string_view>
 
+#include "moraine/text/internal/View.h"
+
 namespace moraine::util::validator {
 namespace {
 
+using text::view;
+
 template <class Unit>
 using View = std::basic_string_view<Unit>;
-
-View<char> view(const char* text) {
-    return text == nullptr ? View<char>() : View<char>(text);
-}
-
-View<WideChar> view(const WideChar* text) {
-    return text == nullptr ? View<WideChar>() : View<WideChar>(text);
-}
 
 constexpr auto isDigit = [](auto unit) { return unit >= '0' && unit <= '9'; };
 constexpr auto isLetter = [](auto unit) { return (unit >= 'a' && unit <= 'z') || (unit >= 'A' && unit <= 'Z'); };

@@ -7,7 +7,7 @@ namespace {
 
 OwnedWideString formOf(const Attr& node, AppendText append) {
     auto form = std::make_unique<WideString>();
-    appendAttribute(*form, textOrEmpty(node.getLocalName()), textOrEmpty(node.getValue()), append);
+    appendAttribute(*form, text::view(node.getLocalName()), text::view(node.getValue()), append);
     return form;
 }
 

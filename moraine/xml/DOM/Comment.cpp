@@ -7,7 +7,7 @@ namespace {
 
 OwnedWideString formOf(const Comment& node, AppendText append) {
     auto form = std::make_unique<WideString>();
-    appendComment(*form, textOrEmpty(node.getValue()), append);
+    appendComment(*form, text::view(node.getValue()), append);
     return form;
 }
 

@@ -42,7 +42,7 @@ const WideChar* Element::getClassName() const {
 
 OwnedWideString Element::tag(OwnedWideString (Node::*formOf)()) {
     auto form = std::make_unique<WideString>(end ? u"</" : u"<");
-    appendLiteral(*form, textOrEmpty(getLocalName()));
+    appendLiteral(*form, text::view(getLocalName()));
     for (unsigned int i = 0; i < getAttributeCount(); ++i) {
         if (Node* const attribute = attributeAt(i)) {
             form->append(u" ").append(*(attribute->*formOf)());

@@ -7,7 +7,7 @@ namespace {
 
 OwnedWideString formOf(const Text& node, AppendText append) {
     auto form = std::make_unique<WideString>();
-    append(*form, textOrEmpty(node.getValue()));
+    append(*form, text::view(node.getValue()));
     return form;
 }
 

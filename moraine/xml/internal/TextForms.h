@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "moraine/text/internal/View.h"
 #include "moraine/text/WideChar.h"
 #include "moraine/xml/internal/References.h"
 
@@ -16,11 +17,6 @@ inline void appendLiteral(WideString& form, std::u16string_view text) {
 
 inline void appendEscaped(WideString& form, std::u16string_view text) {
     appendReferences(form, text.data(), text.size());
-}
-
-/// A zero-terminated text, which is empty if it is absent.
-inline std::u16string_view textOrEmpty(const WideChar* text) {
-    return {text, text::lengthOf(text)};
 }
 
 template <class Form, class Text, class Append>
