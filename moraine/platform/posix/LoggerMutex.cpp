@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <ctime>
 #include <mutex>
-#include <new>
 
 #include <fcntl.h>
 #include <pthread.h>
@@ -59,12 +58,21 @@ void giveUp(Holding& holding) noexcept {
     holding.descriptor = none;
 }
 
+/// Waits for the line that another thread is writing: a child would find its logger in the middle of it, write the same
+/// line again from the file's buffer, and never get a lock that the other thread had inside. The forking thread has
+/// `inside` afterwards, if it did not have it before.
 void beforeFork() {
+    if (own.depth == 0) {
+        registry().inside.lock();
+    }
     registry().mutex.lock();
 }
 
 void afterForkInParent() {
     registry().mutex.unlock();
+    if (own.depth == 0) {
+        registry().inside.unlock();
+    }
 }
 
 void afterForkInChild() {
@@ -74,10 +82,14 @@ void afterForkInChild() {
         holding->depth = 0;
     }
     registry().first = nullptr;
-    own.depth = 0;                        // it may have the lock without a descriptor
-    new (&registry().inside) std::mutex;  // whoever had it is not here
+    own.depth = 0;  // it may have the lock without a descriptor
     registry().mutex.unlock();
+    registry().inside.unlock();
 }
+
+/// Known before any thread can log: a child forked while another thread is at it would wait for that forever. Not done
+/// yet, it counts as done well.
+const int registered = ::pthread_atfork(beforeFork, afterForkInParent, afterForkInChild);
 
 /// Closes the descriptor at the end of the thread.
 struct AtThreadEnd {
@@ -166,7 +178,6 @@ bool lockRepeatedly(int descriptor) noexcept {
 void acquire() noexcept {
     for (;;) {
         if (own.descriptor == none) {
-            static const int registered = ::pthread_atfork(beforeFork, afterForkInParent, afterForkInChild);
             if (registered != 0 || !enlist(own)) {
                 return;
             }
