@@ -1,0 +1,42 @@
+#include "xml_support.h"
+
+#include <future>
+
+#include "moraine/io/FileOutputStream.h"
+#include "moraine/text/DecoderManager.h"
+#include "moraine/text/EncoderManager.h"
+#include "moraine/text/Wildcard.h"
+#include "moraine/util/PropertyManager.h"
+#include "moraine/xml/DOM/XMLWriter.h"
+#include "moraine/xml/XMLStringUtil.h"
+
+namespace moraine::test {
+
+TEST(Concurrency, StatelessObjectsServeAllThreadsAndOthersAreIndependent) {
+    struct : text::StringUtil, text::Wildcard, text::EncoderManager, text::DecoderManager, xml::XMLStringUtil {
+    } all;
+    const TemporaryDirectory directory;
+    const auto work = [&](std::size_t i) {
+        const WideString text(500, static_cast<WideChar>(u'a' + i % 8)), name = directory.name(WideString(i + 1, u'f'));
+        WideString log = *all.string2Reference(u"<&>", 3) + *all.toUpperW(text.data(), 500);
+        const std::unique_ptr<text::IEncoder> encoder(all.getEncoder(u"URL"));
+        const std::unique_ptr<text::IDecoder> decoder(all.getDecoder(encoder->getEncodeName()));
+        log += *decoder->doDecodeM2W(encoder->doEncodeW2M(text.data(), 500, true)->data(), 500, true);
+        io::FileOutputStream file(name.c_str());
+        xml::DOM::XMLWriter writer(&file, u"base64", true);
+        writer.writeStartElement(u"a"), writer.writeText(text.c_str()), writer.writeEndElement(), writer.close();
+        Source source(contentOf(name)), again(contentOf(name));
+        const auto fail = [&] { util::PropertyManager().read(&again, u"utf-8"); };
+        expectFailure<io::DataFormatException>(fail, u"Not found for '='. : (1)");
+        return log + allOf(source) + (all.isMatchW(text.c_str(), u"*a??a??a??a??a*") ? u"+" : u"-");
+    };
+    std::future<WideString> results[64];
+    for (auto& result : results) {
+        result = std::async(std::launch::async, work, &result - results);
+    }
+    for (std::size_t i = 0; i < 64; ++i) {
+        EXPECT_TRUE((results[i].wait(), results[i].get() == work(i))) << i;
+    }
+}
+
+}  // namespace moraine::test
