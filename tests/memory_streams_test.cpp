@@ -5,12 +5,11 @@
 
 #include "moraine/io/IOException.h"
 #include "moraine/io/MemoryInputStream.h"
-#include "moraine/io/MemoryOutputStream.h"
 
 namespace moraine::test {
 namespace {
 
-using io::IOException, io::MemoryInputStream, io::MemoryOutputStream;
+using io::IOException, io::MemoryInputStream;
 
 std::string pattern(std::size_t length, unsigned int seed) {
     std::string bytes(length, '\0');
@@ -24,10 +23,6 @@ std::string readUpTo(MemoryInputStream& stream, std::size_t length) {
     std::string bytes(length, '#');
     bytes.resize(stream.read(length == 0 ? nullptr : bytes.data(), static_cast<unsigned int>(length)));
     return bytes;
-}
-
-std::string contentOf(MemoryOutputStream& stream) {
-    return {stream.getBytes(), stream.getSize()};
 }
 
 TEST(MemoryInputStream, RefusedMovesNameTheTargetAndLeaveThePosition) {
@@ -49,25 +44,6 @@ TEST(MemoryInputStream, RefusedMovesNameTheTargetAndLeaveThePosition) {
     }
 }
 
-TEST(MemoryInputStream, AddedBytesFollowTheRestOfTheFormerOnes) {
-    for (const std::size_t position : {0U, 1U, 9U, 10U}) {
-        for (const unsigned int length : {0U, 1U, 40U, 5000U}) {
-            const std::string added = pattern(length, 1), rest = std::string("0123456789").substr(position) + added;
-            MemoryInputStream stream;
-            stream.addBytes("0123456789", 10);
-            readUpTo(stream, position);
-            stream.addBytes(length == 0 ? nullptr : added.data(), static_cast<long>(length));
-            EXPECT_EQ(stream.getSize(), rest.size());
-            EXPECT_THROW(stream.skip(-1), IOException) << "what was read before is out of reach";
-            stream.skip(static_cast<long>(rest.size()));
-            stream.skip(-static_cast<long>(length));
-            MemoryInputStream copy(stream);  // goes on at the same place
-            EXPECT_EQ(readUpTo(copy, 9999), added);
-            EXPECT_EQ(readUpTo(stream, 9999), added);
-        }
-    }
-}
-
 TEST(MemoryInputStream, ManySmallPiecesStayLinear) {
     const std::string piece = pattern(64, 1);
     MemoryInputStream in;
@@ -76,25 +52,6 @@ TEST(MemoryInputStream, ManySmallPiecesStayLinear) {
         ASSERT_EQ(readUpTo(in, 32), piece.substr(i % 2 * 32, 32));
     }
     EXPECT_EQ(in.getSize(), (1U << 25) + 32);
-}
-
-TEST(MemoryOutputStream, KeepsEveryByteWhateverTheSizesOfTheWrites) {
-    for (const unsigned int length : {0U, 1U, 10239U, 10240U, 10241U, 30000U}) {
-        MemoryOutputStream stream;
-        std::string expected;
-        for (const unsigned int next : {length, 1U, 10240U, length, 0U}) {
-            EXPECT_EQ(stream.write(next == 0 ? nullptr : pattern(next, next).data(), next), next);
-            expected += pattern(next, next);
-            ASSERT_EQ(contentOf(stream), expected);
-        }
-        stream.writeto(&stream);  // its own bytes are as good as others, also where it has to grow
-        ASSERT_EQ(contentOf(stream), expected + expected);
-        MemoryOutputStream copy(stream);
-        stream.clear();
-        stream.write("new", 3);
-        copy.write("!", 1);
-        EXPECT_EQ(contentOf(stream) + contentOf(copy), "new" + expected + expected + "!");
-    }
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "xml_support.h"
 
 #include <map>
-#include <random>
 #include <tuple>
 
 #include "moraine/io/IOException.h"
@@ -201,37 +200,6 @@ TEST(PropertyManager, Table) {
     }
 }
 
-// The table against an ordered map, with few names, so that most steps meet an entry, and with many.
-TEST(PropertyManager, AgreesWithAPlainModel) {
-    std::mt19937 random(1);
-    for (const unsigned int names : {9U, 200U, 1500U}) {
-        PropertyManager properties;
-        std::map<std::string, std::string> model;
-        for (unsigned int step = 0; step < 4000; ++step) {
-            const std::string name = std::string(random() % 24, '_') + std::to_string(random() % names);
-            const std::string value = std::to_string(step);
-            const WideString wideName(name.begin(), name.end()), wideValue(value.begin(), value.end());
-            const WideChar* const found = properties.get(wideName.c_str());
-            const auto entry = model.find(name);
-            ASSERT_EQ(shown(found), entry == model.end() ? u"~" : WideString(entry->second.begin(), entry->second.end()));
-            if (random() % 5 < 2) {
-                properties.remove(wideName.c_str());
-                model.erase(name);
-            } else {
-                properties.put(wideName.c_str(), wideValue.c_str());
-                model.emplace(name, value);
-                EXPECT_TRUE(found == nullptr || found == properties.get(wideName.c_str())) << "has moved";
-            }
-            ASSERT_EQ(properties.count(), model.size());
-            if (random() % 500 == 0) {
-                std::string expected;
-                for (const auto& [key, text] : model) { expected.append(key).append("=").append(text).append(";"); }
-                EXPECT_EQ(written(properties), expected + "|");
-                properties = PropertyManager(properties);
-            }
-        }
-    }
-}
 // clang-format on
 
 }  // namespace

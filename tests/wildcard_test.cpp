@@ -1,7 +1,5 @@
 #include "xml_support.h"
 
-#include <random>
-
 #include "moraine/lang/IllegalArgumentException.h"
 #include "moraine/text/Wildcard.h"
 
@@ -37,44 +35,6 @@ TEST(Wildcard, Table) {
     }
     EXPECT_TRUE(text::Wildcard().isMatchW(u"a\x0161\xFFFF\x0631", u"*\x0161?\x0631"));
     EXPECT_FALSE(text::Wildcard().isMatchW(u"\x0161", u"a") || text::Wildcard().isMatchW(u"\x0131", u"#"));
-}
-
-/// The outcome by following which lengths of the text the pattern may have taken so far.
-WideString modelOutcome(const WideString& text, const WideString& pattern) {
-    std::vector<bool> taken(text.size() + 1);
-    taken[0] = true;
-    for (std::size_t i = 0; i < pattern.size(); ++i) {
-        const auto shortest = std::find(taken.begin(), taken.end(), true);
-        if (pattern[i] == u'*' && WideString(u"*?#").find(pattern.c_str()[i + 1]) != WideString::npos) {
-            return shortest >= taken.end() - 1 ? u"no" : u"Invalid pattern. : " + cellsOf(1, std::to_string(i + 1))[0];
-        }
-        for (std::size_t t = text.size() + 1; pattern[i] != u'*' && t-- > 0;) {
-            const WideChar wanted = pattern[i] == u'#' ? u'1' : pattern[i];
-            taken[t] = t > 0 && taken[t - 1] && (wanted == text[t - 1] || wanted == u'?');
-        }
-        std::fill(pattern[i] == u'*' ? shortest : taken.end(), taken.end(), true);
-    }
-    return taken[text.size()] ? u"yes" : u"no";
-}
-
-TEST(Wildcard, AgreesWithAPlainModel) {
-    std::mt19937 random(1);
-    const auto anyText = [&](const WideString& units, std::size_t length) {
-        WideString text(length, 0);
-        std::generate(text.begin(), text.end(), [&] { return units[random() % units.size()]; });
-        return text;
-    };
-    for (int round = 0; round < 30000 && !HasFailure(); ++round) {
-        WideString text = anyText(u"ab1", 1 + random() % 8), pattern = anyText(u"aabb1?#**", 1 + random() % 7);
-        if (round % 50 == 0) {  // a long text with its own parts as the pattern, spoilt a little
-            text = anyText(round % 100 == 0 ? u"aab1" : u"aaaaaaaaaaaab", 100 + random() % 150);
-            pattern = u"*" + text.substr(random() % 80, 1 + random() % 90) + u"*a*" + text.substr(random() % 100);
-            for (std::size_t spoilt = random() % 4; spoilt > 0; --spoilt) {
-                pattern[1 + random() % (pattern.size() - 1)] = u"b?#*"[random() % 4];
-            }
-        }
-        expectMatch(text, pattern, modelOutcome(text, pattern));
-    }
 }
 
 TEST(Wildcard, HostilePatternsEndAtOnce) {

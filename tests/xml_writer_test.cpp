@@ -1,6 +1,5 @@
 #include "xml_support.h"
 
-#include <random>
 #include <set>
 #include <sstream>
 
@@ -173,34 +172,6 @@ TEST(XMLWriter, ClosesOnce) {
     XMLWriter writer(&sink, u"BASE64", false);
     run(writer, "<aa|>|.");
     EXPECT_EQ(sink.all(), "PD94bWwgdmVyc2lvbj0iMS4wIiBlbmNvZGluZz0iQkFTRTY0IiBzdGFuZGFsb25lPSJ5ZXMiPz48YWEvPg==");
-}
-
-TEST(XMLWriter, TheReaderReadsItBack) {
-    std::mt19937 random(1);
-    const WideString units = u"&&<>'\"#;=-alt gp6 ]\n\u00E9\u20AC";
-    for (int document = 0; document < 2000; ++document) {
-        Sink sink;
-        XMLWriter writer(&sink, u"utf-8", false);
-        WideString expected = u"D|? version=1.0 encoding=utf-8 standalone=yes|";
-        // Some markup text, and what is to be read of it, between two marks, at the end of what is expected.
-        const auto text = [&](const WideString& before, const WideString& behind) {
-            WideString markup = u"t";
-            for (std::size_t left = random() % 12; left > 0; --left) {
-                markup += units[random() % units.size()];
-            }
-            const auto length = static_cast<unsigned int>(markup.size());
-            expected += before + *xml::XMLStringUtil().reference2String(markup.data(), length) + behind;
-            return markup;
-        };
-        writer.writeStartElement(u"e");
-        writer.writeAttribute(u"b", text(u"<e b=", u">|").c_str());
-        writer.writeText(text(u"'", u"'|").c_str());
-        writer.writeComment(text(u"!", u"|").c_str());
-        writer.writeEndElement();
-        writer.close();
-        Source source(sink.all());
-        ASSERT_EQ(allOf(source), expected + u"</e>|.");
-    }
 }
 
 }  // namespace

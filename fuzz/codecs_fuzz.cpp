@@ -1,0 +1,155 @@
+#include <algorithm>
+
+#include "input.h"
+#include "moraine/lang/IllegalArgumentException.h"
+#include "moraine/text/Base64Decoder.h"
+#include "moraine/text/Base64Encoder.h"
+#include "moraine/text/internal/Kernels.h"
+#include "moraine/text/URLDecoder.h"
+#include "moraine/text/URLEncoder.h"
+#include "moraine/text/UTF8Decoder.h"
+#include "moraine/text/UTF8Encoder.h"
+
+namespace moraine::fuzz {
+namespace {
+
+namespace kernels = text::kernels;
+namespace scalar = text::kernels::scalar;
+namespace scan = text::scan;
+
+/// All that a codec makes of units that come in pieces, as far as @p cuts says how; nothing if they are refused. On the
+/// way it is now and then cleared, to start again, or a copy goes on in its place.
+template <class Codec, class Unit, class Made, class Text>
+std::optional<Made> converted(std::unique_ptr<Made> (Codec::*operation)(const Unit*, unsigned int, bool),
+                              const Text& input, Input cuts) try {
+    Codec codec;
+    Made made;
+    for (std::size_t at = 0, last = false; !last;) {
+        const unsigned int way = cuts.isEmpty() ? 1 : cuts.below(8);
+        if (way == 0) {
+            codec.clear();
+            made.clear();
+            at = 0;
+        } else if (way == 2) {
+            codec = Codec(codec);
+        }
+        const auto piece = exact<Unit>(input.substr(at, cuts.isEmpty() ? input.size() : cuts.below(256)));
+        at += piece.size();
+        last = at == input.size() && way != 3;
+        made += *(codec.*operation)(piece.data(), static_cast<unsigned int>(piece.size()), last);
+    }
+    return made;
+} catch (lang::IllegalArgumentException&) {
+    return std::nullopt;
+}
+
+/// Encodes bytes and text and decodes them again, all in pieces; decodes the bytes, which may be no code at all.
+template <class Encoder, class Decoder>
+void checkCodec(const std::string& bytes, const WideString& text, bool wide, bool comparable, const Input& cuts) {
+    const Input whole("");
+    const auto code = converted(&Encoder::doEncode, bytes, cuts);
+    require(code && code == converted(&Encoder::doEncode, bytes, whole), "the code is the same in pieces");
+    require(converted(&Decoder::doDecode, *code, cuts) == bytes, "what is encoded is decoded");
+    const auto wideCode = converted(&Encoder::doEncodeW2M, text, cuts);
+    require(wideCode && wideCode == converted(&Encoder::doEncodeW2M, text, whole),
+            "the code of text is the same in pieces");
+    require(!wide || converted(&Decoder::doDecodeM2W, *wideCode, cuts) == text, "text that is encoded is decoded");
+    const auto decoded = converted(&Decoder::doDecode, bytes, cuts),
+               uncut = converted(&Decoder::doDecode, bytes, whole);
+    require(!comparable || decoded == uncut, "decoded the same in pieces");
+    const auto decodedText = converted(&Decoder::doDecodeM2W, bytes, cuts),
+               uncutText = converted(&Decoder::doDecodeM2W, bytes, whole);
+    require(!comparable || decodedText == uncutText, "decoded to text the same in pieces");
+}
+
+/// All that a kernel tells and makes of bytes, for which it has no more room than it may need. It stops @p early.
+template <class Walk, class Decode>
+std::vector<long> walked(const std::string& bytes, std::size_t room, std::size_t early, Decode decode) {
+    const std::vector<char> from = exact(bytes);
+    std::vector<std::remove_pointer_t<decltype(Walk::out)>> made(room);
+    Walk walk{};
+    walk.at = from.data();
+    walk.end = from.data() + from.size();
+    walk.out = made.data();
+    decode(walk, walk.end - std::min(early, from.size()));
+    std::vector<long> told(made.data(), walk.out);
+    told.push_back(static_cast<long>(walk.left()));
+    if constexpr (std::is_same_v<Walk, kernels::Utf8Walk>) {
+        told.push_back(walk.zero == nullptr ? -1 : walk.zero - made.data());
+    }
+    return told;
+}
+
+/// All vector kernels against their scalar twins.
+void checkKernels(const std::string& bytes, const WideString& text, std::size_t early) {
+    const auto agree = [&](auto walk, std::size_t room, std::size_t stop, auto vector, auto plain) {
+        using Walk = decltype(walk);
+        require(walked<Walk>(bytes, room, stop, vector) == walked<Walk>(bytes, room, stop, plain),
+                "a walk of the kernels");
+    };
+    const auto utf8 = [](auto& walk, const char* stop) { kernels::decodeUtf8(walk, stop); };
+    const auto plainUtf8 = [](auto& walk, const char* stop) { scalar::decodeUtf8(walk, stop); };
+    agree(kernels::Utf8Walk(), bytes.size(), early, utf8, plainUtf8);
+    const auto base64 = [](auto& walk, const char*) { kernels::decodeBase64(walk); };
+    const auto plainBase64 = [](auto& walk, const char*) { scalar::decodeBase64(walk); };
+    agree(kernels::Walk<char>(), bytes.size() / 4 * 3, 0, base64, plainBase64);
+    agree(kernels::Walk<WideChar>(), bytes.size() / 4 * 3, 0, base64, plainBase64);
+    const auto url = [](auto& walk, const char*) { kernels::decodeUrl(walk); };
+    const auto plainUrl = [](auto& walk, const char*) { scalar::decodeUrl(walk); };
+    agree(kernels::Walk<char>(), bytes.size(), 0, url, plainUrl);
+    agree(kernels::Walk<WideChar>(), bytes.size(), 0, url, plainUrl);
+
+    const auto units = exact(text);
+    const auto octets = exact<unsigned char>(bytes);
+    const std::size_t size = kernels::utf8Size(units.data(), units.size());
+    require(size == scalar::utf8Size(units.data(), units.size()), "the size of UTF-8");
+    std::vector<char> made(size), plain(size), narrow(units.size()), plainNarrow(units.size());
+    kernels::encodeUtf8(units.data(), units.size(), made.data());
+    scalar::encodeUtf8(units.data(), units.size(), plain.data());
+    require(made == plain, "UTF-8");
+    require(kernels::narrowAscii(units.data(), units.size(), narrow.data()) ==
+                scan::scalar::narrowAscii(units.data(), units.size(), plainNarrow.data()),
+            "narrowed units");
+    std::vector<WideChar> wide(octets.size()), plainWide(octets.size());
+    require(scan::widenAscii(bytes.data(), bytes.size(), wide.data()) ==
+                    scan::scalar::widenAscii(bytes.data(), bytes.size(), plainWide.data()) &&
+                wide == plainWide,
+            "widened bytes");
+    const WideChar one = units.empty() ? u'<' : units.back(), other = units.empty() ? u'&' : units[units.size() / 2];
+    require(
+        scan::find(units.data(), units.size(), one) == scan::scalar::find(units.data(), units.size(), one) &&
+            scan::findEither(units.data(), units.size(), one, other) ==
+                scan::scalar::findEither(units.data(), units.size(), one, other) &&
+            scan::findNameEnd(units.data(), units.size()) == scan::scalar::findNameEnd(units.data(), units.size()) &&
+            scan::findSolid(units.data(), units.size()) == scan::scalar::findSolid(units.data(), units.size()) &&
+            scan::findReserved(units.data(), units.size()) == scan::scalar::findReserved(units.data(), units.size()),
+        "places that are looked for");
+    std::vector<char> groups(octets.size() / 3 * 4), plainGroups(groups);
+    kernels::encodeBase64(octets.data(), octets.size() / 3, groups.data());
+    scalar::encodeBase64(octets.data(), octets.size() / 3, plainGroups.data());
+    require(groups == plainGroups, "Base64");
+    require(kernels::countPlain(octets.data(), octets.size()) == scalar::countPlain(octets.data(), octets.size()) &&
+                kernels::countPlain(units.data(), units.size()) == scalar::countPlain(units.data(), units.size()),
+            "units without escape");
+}
+
+}  // namespace
+
+void check(Input input) {
+    const std::string cuts = input.bytes(24);
+    const unsigned int early = input.below(4);
+    const std::string bytes = input.remaining();
+    Input units(bytes);
+    const WideString text = units.text(65535);
+    const bool noZero = text.find(u'\0') == WideString::npos;
+    const auto tellsZero = walked<kernels::Utf8Walk>(
+        bytes, bytes.size(), 0, [](auto& walk, const char* stop) { scalar::decodeUtf8(walk, stop); });
+    checkCodec<text::UTF8Encoder, text::UTF8Decoder>(bytes, text, noZero, tellsZero.back() < 0, Input(cuts));
+    // A block may end between padding and the line end behind it.
+    checkCodec<text::Base64Encoder, text::Base64Decoder>(bytes, text, false, bytes.find('\r') == std::string::npos,
+                                                         Input(cuts));
+    checkCodec<text::URLEncoder, text::URLDecoder>(bytes, text, true, true, Input(cuts));
+    checkKernels(bytes, text, early);
+}
+
+}  // namespace moraine::fuzz
