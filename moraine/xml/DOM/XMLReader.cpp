@@ -76,8 +76,10 @@ bool XMLReader::doRead() {
         return parseToken();
     } catch (io::DataFormatException& e) {
         if (!endOfData) {
-            // The text of the bad token is no longer what it was, so it cannot be read once more.
-            broken = std::make_exception_ptr(e);
+            // The text of the bad token is no longer what it was, so it cannot be read once more. A copy goes to the
+            // caller: one that is to stay here might fail for want of memory, and that would be kept in its place.
+            broken = std::current_exception();
+            throw io::DataFormatException(e);
         }
         throw;
     }

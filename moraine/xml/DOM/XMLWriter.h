@@ -45,9 +45,9 @@ namespace DOM {
 /// A text argument has fewer than 2^32 units (`std::length_error`).
 ///
 /// Failures. A call in the wrong place throws `io::DataFormatException` before anything has changed, and the writer
-/// goes on. What the stream throws passes through; what was being written then counts as begun. The destructor closes
-/// if it can, throws nothing, and releases everything. A writer that has been closed is finished: a further piece
-/// still goes to the closed stream, which may refuse it, and is not completed.
+/// goes on. What the stream throws, and `std::bad_alloc`, passes through; what was being written then counts as begun.
+/// The destructor closes if it can, throws nothing, and releases everything. A writer that has been closed is
+/// finished: a further piece still goes to the closed stream, which may refuse it, and is not completed.
 ///
 /// A writer is used by one thread at a time and is not copyable. It borrows its stream, which must outlive it; `close`
 /// closes the stream.

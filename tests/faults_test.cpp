@@ -1,0 +1,187 @@
+#include "xml_support.h"
+
+#include <csignal>
+#include <dlfcn.h>
+#include <sys/stat.h>
+
+#include "moraine/io/FileInputStream.h"
+#include "moraine/io/FileNotFoundException.h"
+#include "moraine/io/MemoryInputStream.h"
+#include "moraine/io/MemoryOutputStream.h"
+#include "moraine/text/Wildcard.h"
+#include "moraine/util/log/ILogger.h"
+#include "moraine/util/PropertyManager.h"
+#include "moraine/xml/DOM/Element.h"
+#include "moraine/xml/DOM/XMLWriter.h"
+
+// clang-format off
+/// Which allocation of a thread fails: the one with the number `wanted`, and those behind it if `lasting`; of those by
+/// `new`, or of those of the C library if `fromC`. `live` are the blocks that `new` gave and `delete` has not got yet.
+struct Injection {
+    bool fails(bool c = true) { return armed && c == fromC && (++count == wanted || (lasting && count > wanted)); }
+    long wanted, count, live;
+    bool lasting, fromC, armed;
+};
+static thread_local Injection injection;
+
+/// Goes on to what stands behind the operators of this program: those of the runtime, or of a sanitizer.
+template <int which, class Result, class... Arguments>
+static Result pass(const char* symbol, Arguments... arguments) {
+    static auto* const next = reinterpret_cast<Result (*)(Arguments...)>(::dlsym(RTLD_NEXT, symbol));
+    return next(arguments...);
+}
+static std::size_t allowed(std::size_t size) { return injection.fails(false) ? throw std::bad_alloc() : size; }
+static void* taken(void* block) { return ++injection.live, block; }
+static void* given(void* block) { return injection.live -= block != nullptr, block; }
+void* operator new(std::size_t size) { return taken(pass<0, void*>("_Znwm", allowed(size))); }
+void* operator new[](std::size_t size) { return taken(pass<1, void*>("_Znam", allowed(size))); }
+void operator delete(void* block) noexcept { pass<0, void>("_ZdlPv", given(block)); }
+void operator delete[](void* block) noexcept { pass<1, void>("_ZdaPv", given(block)); }
+void operator delete(void* block, std::size_t) noexcept { ::operator delete(block); }
+void operator delete[](void* block, std::size_t) noexcept { ::operator delete[](block); }
+extern "C" void* malloc(std::size_t size) noexcept {  // NOLINT(readability-inconsistent-declaration-parameter-name)
+    return injection.fails() ? nullptr : pass<2, void*>("malloc", size);
+}
+extern "C" void* realloc(void* block, std::size_t size) noexcept {  // NOLINT(readability-inconsistent*)
+    return injection.fails() ? nullptr : pass<2, void*>("realloc", block, size);
+}
+
+namespace moraine::test {
+namespace {
+
+using namespace io; using namespace xml::DOM;
+using util::PropertyManager, util::log::ILogger;
+using Action = std::function<void()>;
+
+/// Carries out an action with the injection. Without memory the state stays, and the action is possible afterwards.
+void tried(const Action& action, const std::function<std::string()>& state = [] { return ""; }) {
+    const std::string before = state();
+    injection.armed = true;
+    try { action(), injection.armed = false; } catch (const std::bad_alloc&) {
+        injection.armed = false; EXPECT_EQ(state(), before);
+        try { action(); } catch (const lang::Exception&) {}
+        EXPECT_TRUE(before.empty() || state() != before); throw;
+    } catch (...) { injection.armed = false; throw; }
+}
+
+/// Lets the first allocation in what is tried fail, then the second, until none does; then again, with all behind it
+/// failing too. Each failure must reach the caller and leave nothing behind.
+void everyAllocationFails(const Action& run, long row = 0, bool fromC = false) {
+    for (const bool lasting : {false, true}) {
+        injection.count = 0;
+        for (long wanted = 1; injection.count >= wanted - 1; ++wanted) {
+            SCOPED_TRACE(::testing::Message() << "row " << row << ", allocation " << wanted);
+            const long live = injection.live; bool told = false;
+            injection = {wanted, 0, live, lasting, fromC, false};
+            try { run(); } catch (const std::bad_alloc& e) { told = typeid(e) == typeid(std::bad_alloc); }
+            catch (const lang::Exception&) {}  // the action's own failure
+            ASSERT_TRUE(told == (injection.count >= wanted) && (told || wanted > 1) && injection.live == live);
+        }
+    }
+    injection = {0, 0, injection.live, false, false, false};
+}
+
+const std::string head = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>";
+const WideString longer(40, u'L');  // than what a string holds in itself
+
+void log(const WideString& path) {
+    ILogger logger; logger.setOutputPath(path.c_str());
+    tried([&] { logger.write(longer.c_str()); });
+}
+
+struct Faults : ::testing::Test {
+    void TearDown() override { EXPECT_EQ(openDescriptors(), descriptors); }
+    const TemporaryDirectory directory; const WideString file = directory.name(u"file");
+    const long descriptors = (log(u"/dev/null"), openDescriptors());  // a thread that logs keeps one
+};
+
+TEST_F(Faults, WithoutMemoryWhatIsStoredStays) {
+    for (const bool fromC : {false, true}) { everyAllocationFails([] {
+        MemoryInputStream in; MemoryOutputStream out; PropertyManager table; ILogger logger; Declaration node;
+        for (const WideChar* key : {u"c", u"d", u"e", u"f", u"g", u"h", u"i"}) { table.put(key, u"1"); }
+        in.setBytes("0123456789", 10), in.skip(3), table.remove(u"c"), node.setValue(u"v", 1);
+        const auto state = [&] {
+            MemoryInputStream copy(in); char rest[99];
+            const unsigned int counts[] = {in.getSize(), node.getChildCount(), node.getAttributeCount(), table.count()};
+            return std::string(rest, copy.read(rest, 99)) + std::string(out.getBytes(), out.getSize()) +
+                   bytesOf(*node.getString() + shown(node.getValue()) + shown(logger.getOutputPath())) +
+                   ::testing::PrintToString(counts);
+        };
+        const auto give = [&](auto take, auto... index) {
+            auto child = std::make_unique<Element>();
+            child->setLocalName(u"version", 7), (node.*take)(child.get(), index...), static_cast<void>(child.release());
+        };
+        for (const Action& one : std::initializer_list<Action>{
+            [&] { in.addBytes("abcdefghijklmnop", 16); }, [&] { in = MemoryInputStream(); }, [&] { out.write("x", 1); },
+            [&] { out.write(std::string(20000, 'x').data(), 20000); }, [&] { out.clear(); },
+            [&] { table.put(u"c", u"1"); }, [&] { table.put(u"j", u"1"); }, [&] { logger.setOutputPath(u"a"); },
+            [&] { give(&Node::appendChild); }, [&] { give(&Node::insertChild, 0U); }, [&] { node.setVersion(u"a"); },
+            [&] { give(&Node::appendAttribute); }, [&] { node.setStandalone(u""); },
+            [&] { give(&Node::insertAttribute, 0U); }, [&] { node.removeAttribute(0); },
+            [&] { node.removeAllAttributes(); }, [&] { node.setValue(longer.data(), 40); }}) { tried(one, state); }
+    }, 0, fromC); }
+}
+
+TEST_F(Faults, WithoutMemory) {
+    const auto transcribe = [](const WideChar* name) {
+        MemoryInputStream in; MemoryOutputStream out; PropertyManager table;
+        table.put(u"a", WideString(6000, u'\u00E9').c_str()), table.write(&out, name);
+        in.setBytes(out.getBytes(), out.getSize()), table.read(&in, name);
+        XMLWriter writer(&out, name, name[0] == u'U'); writer.writeStartElement(longer.c_str());
+        for (WideChar i = 1; i < 20; ++i) { writer.writeAttribute((longer + i).c_str(), longer.c_str()); }
+        writer.writeText((longer + u"&amp;\u20AC").c_str()), writer.writeEndElement(), writer.close();
+    };
+    const Action rows[] = {
+        [&] { transcribe(u"UTF-8"); }, [&] { transcribe(u"BASE64"); }, [&] { transcribe(u"URL"); }, [&] { log(file); },
+        [&] { FileInputStream(file.c_str()).setFileName(u"/"); }, [&] { FileOutputStream(file.c_str()).skip(1); },
+        [] { text::Wildcard().isMatch("abcdefghijklmnopqrst", "*b?#def?hijklm*"); }, [] { Element().childAt(7); },
+        [] { text::StringUtil().doReplace("abc", 3, "a", head.c_str()), text::StringUtil().toWide(head.data(), 20); }};
+    for (const Action& row : rows) { everyAllocationFails([&] { tried(row); }, &row - rows); }
+    for (const std::size_t step : {7U, 700U}) { everyAllocationFails([&] {
+        const std::string body = "<a bcdefghij='&lt;klmnopqr' s=\"t\"><u/>\n&amp;" + std::string(12000, 'x');
+        Source source(head + body + "<v ><!--w--></v ></b>", {head.size(), head.size() + step, head.size() + 2 * step});
+        XMLReader reader(&source); tried([&] { try { while (reader.doRead()) {} } catch (const lang::Exception&) {} });
+    }); }
+}
+
+TEST_F(Faults, NamesThatLeadNowhere) {
+    const std::filesystem::path former = std::filesystem::current_path(), gone = directory.path("gone");
+    std::filesystem::create_directory(gone), std::filesystem::current_path(gone), std::filesystem::remove(gone);
+    const WideString most(85, u'\u20AC'), tooLong = directory.name(most + u"n"), words = u"File not found. : ";
+    for (const WideString& n : {WideString(u"a"), directory.name(WideString(4096, u'n')), tooLong}) {
+        expectFailure<FileNotFoundException>([&] { FileInputStream().setFileName(n.c_str()); }, words + n);
+        expectFailure<FileNotFoundException>([&] { FileOutputStream().setFileName(n.c_str()); }, n);
+        expectFailure<FileNotFoundException>([&] { log(n); }, n);
+    }
+    std::filesystem::current_path(former), log(directory.name(most));
+}
+
+TEST_F(Faults, WhereNothingIsTakenNobodyTells) {
+    const auto former = std::signal(SIGPIPE, SIG_IGN);
+    ASSERT_EQ(::mkfifo(directory.path("file").c_str(), 0600), 0);
+    for (const WideString& name : {file, WideString(u"/dev/full")}) {
+        std::fstream holder(directory.path("file"));  // so that nobody waits for the other end
+        ILogger logger; logger.setOutputPath(name.c_str()), logger.write(u"a");
+        FileOutputStream out(name.c_str()); holder.close(), logger.write(u"b"), logger.write(u"c");
+        EXPECT_LT(out.write(std::string(200000, 'x').data(), 200000), 200000U);
+        XMLWriter writer(&out, u"UTF-8", true);
+        writer.writeComment(WideString(99999, u'a').c_str()), writer.close();
+    }
+    std::signal(SIGPIPE, former);
+}
+
+TEST_F(Faults, FilesThatShrinkAndDevices) {
+    for (const std::size_t size : {0U, 100U, 10241U, 20480U}) {
+        makeFile(directory.path("file"), head + "<a>" + std::string(30000, 'x') + "</a>");
+        FileInputStream in(file.c_str()); XMLReader reader(&in);
+        EXPECT_TRUE(reader.doRead() && reader.doRead() && reader.doRead());
+        std::filesystem::resize_file(directory.path("file"), size);
+        expectFailure<DataFormatException>([&] { reader.doRead(); }, u"Invalid EOD.(38)");
+    }
+    const auto read = [](const WideChar* name) { FileInputStream in(name); XMLReader(&in).doRead(); };
+    expectFailure<IOException>([&] { read(u"/dev/null"); }, u"Data is empty.");
+    expectFailure<DataFormatException>([&] { read(u"/dev/zero"); }, u"Invaild data.");
+}
+
+}  // namespace
+}  // namespace moraine::test
