@@ -64,23 +64,25 @@ bool XMLReader::doRead() {
     if (broken) {
         std::rethrow_exception(broken);
     }
-    if (!decoder) {
-        readProlog();
-        return true;
-    }
-    if (piece.type == documentNode) {
-        reportDeclaration();
-        return true;
-    }
     try {
-        return parseToken();
-    } catch (io::DataFormatException& e) {
-        if (!endOfData) {
-            // The text of the bad token is no longer what it was, so it cannot be read once more. A copy goes to the
-            // caller: one that is to stay here might fail for want of memory, and that would be kept in its place.
-            broken = std::current_exception();
-            throw io::DataFormatException(e);
+        if (!decoder) {
+            readProlog();
+        } else if (piece.type == documentNode) {
+            reportDeclaration();
+        } else {
+            return parseToken();
         }
+        return true;
+    } catch (io::DataFormatException& e) {
+        if (!decoder || endOfData) {
+            throw;
+        }
+        // The text of the bad token is no longer what it was, so it cannot be read once more. The caller gets a copy:
+        // one that is to stay here might fail for want of memory, and that would be kept in its place.
+        broken = std::current_exception();
+        throw io::DataFormatException(e);
+    } catch (const std::bad_alloc&) {
+        broken = std::current_exception();  // a part of what was to be read may be taken already
         throw;
     }
 }
