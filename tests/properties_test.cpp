@@ -200,6 +200,17 @@ TEST(PropertyManager, Table) {
     }
 }
 
+// An entry is changed by taking it out and putting it in again. That must not take longer each time.
+TEST(PropertyManager, ManyChangesOfOneEntry) {
+    PropertyManager properties;
+    for (int i = 0; i < 200000; ++i) {
+        const std::string name = "name" + std::to_string(i);
+        properties.put(WideString(name.begin(), name.end()).c_str(), u"old");
+    }
+    for (int i = 0; i < 200000; ++i) { properties.remove(u"name7"); properties.put(u"name7", u"new"); }
+    EXPECT_EQ(properties.count(), 200000U);
+    EXPECT_EQ(shown(properties.get(u"name7")), u"new");
+}
 // clang-format on
 
 }  // namespace

@@ -57,12 +57,24 @@ void PropertyTable::add(std::u16string_view name, std::u16string_view value) {
 }
 
 void PropertyTable::remove(std::u16string_view name) noexcept {
-    const std::uint32_t index = slots.empty() ? 0 : slots[slotOf(name, hashOf(name))];
-    if (index != 0) {
-        // The entry itself stays for now: the slot leads on to others.
-        entries[index - 1].text.reset();
-        ++removed;
+    std::size_t hole = slots.empty() ? 0 : slotOf(name, hashOf(name));
+    if (slots.empty() || slots[hole] == 0) {
+        return;
     }
+    // The entry itself stays for now, so that the others keep their places.
+    entries[slots[hole] - 1].text.reset();
+    ++removed;
+    // Its slot must not stay: a name that comes and goes again and again would leave a long row of such slots, and each
+    // search for it would walk along them. So entries behind it that may stand further in front move up.
+    const std::size_t mask = slots.size() - 1;
+    for (std::size_t at = (hole + 1) & mask; slots[at] != 0; at = (at + 1) & mask) {
+        const std::size_t wanted = entries[slots[at] - 1].hash;
+        if (((at - wanted) & mask) >= ((at - hole) & mask)) {
+            slots[hole] = slots[at];
+            hole = at;
+        }
+    }
+    slots[hole] = 0;
 }
 
 std::uint64_t PropertyTable::hashOf(std::u16string_view name) const noexcept {
@@ -87,7 +99,7 @@ std::size_t PropertyTable::slotOf(std::u16string_view name, std::uint64_t hash) 
     std::size_t at = hash & (slots.size() - 1);
     while (slots[at] != 0) {
         const Entry& entry = entries[slots[at] - 1];
-        if (entry.hash == hash && entry.text && entry.nameLength == name.size() &&
+        if (entry.hash == hash && entry.nameLength == name.size() &&
             std::equal(name.begin(), name.end(), entry.text.get())) {
             break;
         }

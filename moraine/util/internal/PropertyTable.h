@@ -58,8 +58,9 @@ private:
 
     std::vector<Entry> entries;  // with those that were removed
     std::size_t removed = 0;
-    bool inOrder = true;               // the entries are
-    std::vector<std::uint32_t> slots;  // 0, or an entry's index + 1; a power of two of them, at least half of them 0
+    bool inOrder = true;  // the entries are
+    std::vector<std::uint32_t>
+        slots;  // 0, or index + 1 of an entry that is there; a power of two of them, at least half of them 0
     // No file can be made to hold names of one hash where the seed is not known.
     std::uint64_t seed = reinterpret_cast<std::uintptr_t>(this);
 };
