@@ -1,5 +1,7 @@
 #include "xml_support.h"
 
+#include <numeric>
+
 #include "moraine/lang/IllegalArgumentException.h"
 #include "moraine/text/Wildcard.h"
 
@@ -48,6 +50,18 @@ TEST(Wildcard, HostilePatternsEndAtOnce) {
         }
         expectMatch(text, pattern + u"*c", piece.back() == u'b' ? u"no" : u"yes");
         expectMatch(text, pattern + u"*ac*c", u"no");
+    }
+}
+
+// What a unit shares with another one, a byte of it, must not let it pass for that one.
+TEST(Wildcard, ManyDifferentUnitsInOnePart) {
+    WideString part(20000, 0);
+    std::iota(part.begin(), part.end(), WideChar(0x80));
+    const WideString pattern = u"*" + part + u"?*";
+    for (const int difference : {0, 1, 0x100, 0x4000}) {
+        WideString text = part + u"x";
+        text[10000] = static_cast<WideChar>(text[10000] ^ difference);
+        EXPECT_EQ(text::Wildcard().isMatchW(text.c_str(), pattern.c_str()), difference == 0);
     }
 }
 

@@ -85,21 +85,17 @@ std::size_t findRunEnd(View<Unit> text, View<Unit> run, std::size_t from) {
 
 /// Looks for a pattern without stars by following all places where it may stand at once, one bit for each place. So
 /// no unit of the text is looked at twice, whatever the pattern repeats.
+///
+/// A place takes a unit if it takes each byte of it, since it holds one literal unit or takes every unit. So there are
+/// rows of bits for the values of bytes, and not for units, of which a pattern may hold very many.
 template <class Unit>
 class ParallelSearch {
 public:
     explicit ParallelSearch(View<Unit> pattern)
-        : size(pattern.size()), words((size + wordBits - 1) / wordBits), any(words), digit(words) {
-        for (const Unit unit : pattern) {
-            if (!isMetacharacter(unit)) {
-                literals.push_back(unit);
-            }
-        }
-        std::sort(literals.begin(), literals.end());
-        literals.erase(std::unique(literals.begin(), literals.end()), literals.end());
-        masks.resize(literals.size() * words);
+        : size(pattern.size()), words((size + wordBits - 1) / wordBits), any(words), digit(words),
+          masks(sizeof(Unit) * byteValues * words) {
         for (std::size_t i = 0; i < size; ++i) {
-            setBits(pattern, i);
+            setBits(pattern[i], i);
         }
     }
 
@@ -107,13 +103,13 @@ public:
     std::size_t findEnd(View<Unit> text, std::size_t from) const {
         std::vector<std::uint64_t> state(words);
         for (; from < text.size(); ++from) {
-            const std::uint64_t* const mask = maskOf(text[from]);
+            const std::uint64_t* const low = &masks[lowRow(text[from])];
+            const std::uint64_t* const high = &masks[highRow(text[from])];
             const bool isOneDigit = isDigit(text[from]);
             std::uint64_t carry = 1;
             for (std::size_t word = 0; word < words; ++word) {
                 const std::uint64_t next = state[word] >> (wordBits - 1);
-                const std::uint64_t accepted =
-                    any[word] | (isOneDigit ? digit[word] : 0) | (mask != nullptr ? mask[word] : 0);
+                const std::uint64_t accepted = any[word] | (isOneDigit ? digit[word] : 0) | (low[word] & high[word]);
                 state[word] = (state[word] << 1 | carry) & accepted;
                 carry = next;
             }
@@ -126,11 +122,12 @@ public:
 
 private:
     static constexpr std::size_t wordBits = 64;
+    static constexpr std::size_t byteValues = 256;
 
-    void setBits(View<Unit> pattern, std::size_t place) {
+    void setBits(Unit unit, std::size_t place) {
         const std::uint64_t bit = std::uint64_t{1} << (place % wordBits);
         const std::size_t word = place / wordBits;
-        switch (pattern[place]) {
+        switch (unit) {
             case '?':
                 any[word] |= bit;
                 break;
@@ -138,26 +135,28 @@ private:
                 digit[word] |= bit;
                 break;
             default:
-                masks[indexOf(pattern[place]) * words + word] |= bit;
+                masks[lowRow(unit) + word] |= bit;
+                masks[highRow(unit) + word] |= bit;
                 break;
         }
     }
 
-    std::size_t indexOf(Unit unit) const {
-        return static_cast<std::size_t>(std::lower_bound(literals.begin(), literals.end(), unit) - literals.begin());
-    }
+    /// Where the row of a unit's low byte begins.
+    std::size_t lowRow(Unit unit) const { return static_cast<unsigned char>(unit) * words; }
 
-    /// The places of a literal unit; null for one that the pattern does not hold.
-    const std::uint64_t* maskOf(Unit unit) const {
-        const std::size_t index = indexOf(unit);
-        return index < literals.size() && literals[index] == unit ? &masks[index * words] : nullptr;
+    /// That of its high byte; the same row where it has but one.
+    std::size_t highRow(Unit unit) const {
+        if constexpr (sizeof(Unit) == 1) {
+            return lowRow(unit);
+        } else {
+            return (byteValues + (unit >> 8)) * words;
+        }
     }
 
     std::size_t size;
     std::size_t words;
     std::vector<std::uint64_t> any;
     std::vector<std::uint64_t> digit;
-    std::vector<Unit> literals;
     std::vector<std::uint64_t> masks;
 };
 
