@@ -15,7 +15,8 @@ namespace moraine::text {
 /// has failed or ended before that.
 ///
 /// Time is in proportion to the text and the pattern, and only for a long part between two stars that holds `?` or `#`
-/// to the text times a 64th of that part. Stateless: any thread may use any instance.
+/// to the text times a 64th of that part. Memory is in proportion to the longest part. Stateless: any thread may use
+/// any instance.
 class MORAINE_API Wildcard {
 public:
     /// Whether the text @p buffer, as a whole, is what @p pattern describes.
