@@ -101,36 +101,32 @@ void checkKernels(const std::string& bytes, const WideString& text, std::size_t 
 
     const auto units = exact(text);
     const auto octets = exact<unsigned char>(bytes);
-    const std::size_t size = kernels::utf8Size(units.data(), units.size());
-    require(size == scalar::utf8Size(units.data(), units.size()), "the size of UTF-8");
-    std::vector<char> made(size), plain(size), narrow(units.size()), plainNarrow(units.size());
-    kernels::encodeUtf8(units.data(), units.size(), made.data());
-    scalar::encodeUtf8(units.data(), units.size(), plain.data());
-    require(made == plain, "UTF-8");
-    require(kernels::narrowAscii(units.data(), units.size(), narrow.data()) ==
-                scan::scalar::narrowAscii(units.data(), units.size(), plainNarrow.data()),
-            "narrowed units");
-    std::vector<WideChar> wide(octets.size()), plainWide(octets.size());
-    require(scan::widenAscii(bytes.data(), bytes.size(), wide.data()) ==
-                    scan::scalar::widenAscii(bytes.data(), bytes.size(), plainWide.data()) &&
-                wide == plainWide,
-            "widened bytes");
-    const WideChar one = units.empty() ? u'<' : units.back(), other = units.empty() ? u'&' : units[units.size() / 2];
-    require(
-        scan::find(units.data(), units.size(), one) == scan::scalar::find(units.data(), units.size(), one) &&
-            scan::findEither(units.data(), units.size(), one, other) ==
-                scan::scalar::findEither(units.data(), units.size(), one, other) &&
-            scan::findNameEnd(units.data(), units.size()) == scan::scalar::findNameEnd(units.data(), units.size()) &&
-            scan::findSolid(units.data(), units.size()) == scan::scalar::findSolid(units.data(), units.size()) &&
-            scan::findReserved(units.data(), units.size()) == scan::scalar::findReserved(units.data(), units.size()),
-        "places that are looked for");
-    std::vector<char> groups(octets.size() / 3 * 4), plainGroups(groups);
-    kernels::encodeBase64(octets.data(), octets.size() / 3, groups.data());
-    scalar::encodeBase64(octets.data(), octets.size() / 3, plainGroups.data());
-    require(groups == plainGroups, "Base64");
-    require(kernels::countPlain(octets.data(), octets.size()) == scalar::countPlain(octets.data(), octets.size()) &&
-                kernels::countPlain(units.data(), units.size()) == scalar::countPlain(units.data(), units.size()),
-            "units without escape");
+    const WideChar* const u = units.data();
+    const unsigned char* const o = octets.data();
+    const std::size_t n = units.size(), size = octets.size(), utf8Size = kernels::utf8Size(u, n);
+    const auto same = [](const auto& vector, const auto& plain) { require(vector == plain, "a kernel"); };
+    same(utf8Size, scalar::utf8Size(u, n));
+    same(kernels::countPlain(o, size), scalar::countPlain(o, size));
+    same(kernels::countPlain(u, n), scalar::countPlain(u, n));
+    std::vector<char> made(utf8Size), plain(utf8Size), groups(size / 3 * 4), plainGroups(groups), narrow(n),
+        plainNarrow(n);
+    std::vector<WideChar> wide(size), plainWide(size);
+    kernels::encodeUtf8(u, n, made.data());
+    scalar::encodeUtf8(u, n, plain.data());
+    same(made, plain);
+    kernels::encodeBase64(o, size / 3, groups.data());
+    scalar::encodeBase64(o, size / 3, plainGroups.data());
+    same(groups, plainGroups);
+    same(kernels::narrowAscii(u, n, narrow.data()), scan::scalar::narrowAscii(u, n, plainNarrow.data()));
+    same(scan::widenAscii(bytes.data(), size, wide.data()),
+         scan::scalar::widenAscii(bytes.data(), size, plainWide.data()));
+    same(wide, plainWide);
+    const WideChar one = n == 0 ? u'<' : units.back(), other = n == 0 ? u'&' : units[n / 2];
+    same(scan::find(u, n, one), scan::scalar::find(u, n, one));
+    same(scan::findEither(u, n, one, other), scan::scalar::findEither(u, n, one, other));
+    same(scan::findNameEnd(u, n), scan::scalar::findNameEnd(u, n));
+    same(scan::findSolid(u, n), scan::scalar::findSolid(u, n));
+    same(scan::findReserved(u, n), scan::scalar::findReserved(u, n));
 }
 
 }  // namespace

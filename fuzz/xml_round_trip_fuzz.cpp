@@ -18,70 +18,53 @@ Reading read(const char* bytes, std::size_t size) {
     return readAll(stream);
 }
 
-bool isName(const WideString& text) {
-    return !text.empty() && text.find_first_of(u"\0 \t\r\n=\"'<>&/?!"s) == WideString::npos;
+WideString markup(const WideString& text) {
+    return *xml::XMLStringUtil().string2Reference(text.c_str(),
+                                                  static_cast<unsigned int>(text::lengthOf(text.c_str())));
 }
 
-/// What the writer makes of a text and the reader reads of that.
-WideString resolved(const WideString& text) {
-    const auto made = xml::XMLStringUtil().reference2String(text.data(), static_cast<unsigned int>(text.size()));
-    return made->c_str();
-}
-
-/// Whether the texts of a piece read back: the reader drops white-space in front of a text and takes no other names.
+/// Whether the texts of a piece read back: the reader drops white-space in front of a text, takes no other names, and
+/// no empty value at the end of a tag.
 bool isReadable(const Reading::Piece& piece) {
     bool readable = piece.type != xml::DOM::textNode || u" \t\r\n"s.find(piece.texts[1][0]) == WideString::npos;
     for (std::size_t i = 0; i < piece.texts.size(); ++i) {
         const WideString& text = piece.texts[i];
-        const bool isAbsent = text == shown(nullptr);
-        readable = readable && !text.empty() && (i < 2 || !isAbsent) && (i % 2 != 0 || isAbsent || isName(text));
+        const bool isName = i % 2 == 0 && text.find_first_of(u"\0 \t\r\n=\"'<>&/?!"s) == WideString::npos;
+        readable = readable && !text.empty() && (text == shown(nullptr) ? i < 2 : i % 2 != 0 || isName);
     }
     return readable;
 }
 
-/// What is to be read of what is written for some pieces; nothing where it is known not to read back.
-std::optional<Pieces> expected(const Pieces& pieces) {
+/// Writes pieces and gives those that are to be read of them; nothing where one is refused or known not to read back.
+std::optional<Pieces> written(const Pieces& pieces, xml::DOM::XMLWriter& writer) try {
     Pieces result;
-    for (Reading::Piece piece : pieces) {
-        for (WideString& text : piece.texts) {
-            text = text == shown(nullptr) ? text : resolved(text);
-        }
-        if (piece.type == endTag) {
-            piece.texts.resize(2);  // nobody can write attributes there
-            if (result.back().type == startTag) {
-                result.back().type = emptyTag;
-                continue;
-            }
-        }
-        if (!isReadable(piece)) {
-            return std::nullopt;
-        }
-        result.push_back(piece);
-    }
-    return result;
-}
-
-/// What the writer makes of some pieces; nothing where it refuses one.
-bool write(const Pieces& pieces, xml::DOM::XMLWriter& writer) try {
+    bool readable = true;
     for (const auto& [type, texts] : pieces) {
+        result.push_back({type, texts});
         if (type == xml::DOM::textNode) {
-            writer.writeText(texts[1].c_str());
+            writer.writeText(markup(texts[1]).c_str());
         } else if (type == xml::DOM::commentNode) {
-            writer.writeComment(texts[1].c_str());
+            writer.writeComment(markup(texts[1]).c_str());
         } else if (type == endTag) {
             writer.writeEndElement();
+            result.back().texts.resize(2);  // nobody can write attributes there
+            if (result[result.size() - 2].type == startTag) {
+                result.pop_back();
+                result.back().type = emptyTag;
+            }
         } else {
             writer.writeStartElement(texts[0].c_str());
             for (std::size_t i = 2; i < texts.size(); i += 2) {
-                writer.writeAttribute(texts[i].c_str(), texts[i + 1].c_str());
+                writer.writeAttribute(texts[i].c_str(), markup(texts[i + 1]).c_str());
             }
             type == emptyTag ? writer.writeEndElement() : void();
         }
+        readable = readable && isReadable(result.back());
     }
     writer.close();
-    return true;
+    return readable ? std::optional<Pieces>(result) : std::nullopt;
 } catch (io::DataFormatException&) {  // two attributes of one name, two texts of one element, an element left open
-    return false;
+    return std::nullopt;
 }
 
 /// Without the white-space at the end of texts, which indentation adds to.
@@ -101,11 +84,10 @@ void check(Input input) {
         return;
     }
     const Pieces pieces(reading.pieces.begin() + 2, reading.pieces.end());
-    const auto wanted = expected(pieces);
     for (const bool indented : {false, true}) {
         io::MemoryOutputStream sink;
         xml::DOM::XMLWriter writer(&sink, u"UTF-8", indented);
-        if (write(pieces, writer) && wanted) {
+        if (const auto wanted = written(pieces, writer)) {
             Reading again = read(sink.getBytes(), sink.getSize());
             require(again.failure.empty() && again.pieces.size() >= 2, "what is written can be read");
             again.pieces.erase(again.pieces.begin(), again.pieces.begin() + 2);
