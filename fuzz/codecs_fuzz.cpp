@@ -38,6 +38,7 @@ std::optional<Made> converted(std::unique_ptr<Made> (Codec::*operation)(const Un
         last = at == input.size() && way != 3;
         made += *(codec.*operation)(piece.data(), static_cast<unsigned int>(piece.size()), last);
     }
+    require((codec.*operation)(nullptr, 0, true)->empty(), "behind the last piece nothing is held");
     return made;
 } catch (lang::IllegalArgumentException&) {
     return std::nullopt;
