@@ -2,18 +2,28 @@
 
 #include <future>
 
+#include "moraine/io/FileInputStream.h"
 #include "moraine/io/FileOutputStream.h"
+#include "moraine/io/MemoryInputStream.h"
+#include "moraine/io/MemoryOutputStream.h"
 #include "moraine/text/DecoderManager.h"
 #include "moraine/text/EncoderManager.h"
 #include "moraine/text/Wildcard.h"
 #include "moraine/util/PropertyManager.h"
+#include "moraine/util/validator/GenericValidator.h"
+#include "moraine/xml/DOM/Element.h"
 #include "moraine/xml/DOM/XMLWriter.h"
 #include "moraine/xml/XMLStringUtil.h"
 
 namespace moraine::test {
 
 TEST(Concurrency, StatelessObjectsServeAllThreadsAndOthersAreIndependent) {
-    struct : text::StringUtil, text::Wildcard, text::EncoderManager, text::DecoderManager, xml::XMLStringUtil {
+    struct : text::StringUtil,
+             text::Wildcard,
+             text::EncoderManager,
+             text::DecoderManager,
+             xml::XMLStringUtil,
+             util::validator::GenericValidator {
     } all;
     const TemporaryDirectory directory;
     const auto work = [&](std::size_t i) {
@@ -28,6 +38,20 @@ TEST(Concurrency, StatelessObjectsServeAllThreadsAndOthersAreIndependent) {
         Source source(contentOf(name)), again(contentOf(name));
         const auto fail = [&] { util::PropertyManager().read(&again, u"utf-8"); };
         expectFailure<io::DataFormatException>(fail, u"Not found for '='. : (1)");
+        util::PropertyManager table;
+        table.put(u"name", text.c_str());
+        io::MemoryOutputStream out;
+        table.write(&out, u"URL");
+        io::MemoryInputStream in;
+        in.setBytes(out.getBytes(), out.getSize());
+        table.read(&in, u"URL");
+        xml::DOM::Element node;
+        node.appendChild(new xml::DOM::Element);
+        node.setLocalName(table.get(u"name"), 500);
+        io::FileInputStream back(name.c_str());
+        char bytes[50];
+        log += *node.getString() + static_cast<WideChar>(back.read(bytes, 50)) +
+               (all.isAlphabetW(text.c_str()) == -1 ? u"a" : u"b");
         return log + allOf(source) + (all.isMatchW(text.c_str(), u"*a??a??a??a??a*") ? u"+" : u"-");
     };
     std::future<WideString> results[64];

@@ -45,9 +45,9 @@ struct Probe : ILogger {
     std::function<void()> inside, named = [] {};
 };
 
-/// Whether a child forked beside other threads may go on: a thread that it does not have may hold this
-/// sanitizer's allocator.
-#ifdef __SANITIZE_ADDRESS__
+/// Whether a child forked beside other threads may go on: one sanitizer's allocator may be held by a thread that the
+/// child does not have, and the other misses that thread's end.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool forksAmongThreads = false;
 #else
 constexpr bool forksAmongThreads = true;
