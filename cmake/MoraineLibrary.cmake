@@ -63,14 +63,7 @@ if(NOT BUILD_SHARED_LIBS)
     return()
 endif()
 
-include(CheckCXXCompilerFlag)
 include(CheckLinkerFlag)
-
-# The library calls its own functions and no other's of the same name, so its calls need no detour and can be inlined.
-check_cxx_compiler_flag(-fno-semantic-interposition MORAINE_HAS_NO_INTERPOSITION)
-if(MORAINE_HAS_NO_INTERPOSITION)
-    target_compile_options(moraine PRIVATE -fno-semantic-interposition)
-endif()
 check_linker_flag(CXX "LINKER:-Bsymbolic-functions" MORAINE_HAS_SYMBOLIC_FUNCTIONS)
 if(MORAINE_HAS_SYMBOLIC_FUNCTIONS)
     target_link_options(moraine PRIVATE "LINKER:-Bsymbolic-functions")

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 
@@ -8,7 +9,7 @@
 #include "moraine/io/IOException.h"
 #include "moraine/lang/IllegalArgumentException.h"
 #include "moraine/lang/internal/Raise.h"
-#include "moraine/text/StringUtil.h"
+#include "moraine/text/WideChar.h"
 
 /// @file
 /// What the two file streams do in the same way. The class name and line are those of the stream that asks.
@@ -22,8 +23,9 @@ inline std::unique_ptr<WideChar[]> normalised(const WideChar* fileName, const Wi
     if (fileName == nullptr) {
         lang::raise<lang::IllegalArgumentException>(className, line);
     }
-    const auto length = static_cast<unsigned int>(text::lengthOf(fileName));
-    return text::copyOf(text::StringUtil().doReplaceW(fileName, length, u"\\", u"/")->c_str());
+    std::unique_ptr<WideChar[]> name = text::copyOf(fileName);
+    std::replace(name.get(), name.get() + text::lengthOf(name.get()), u'\\', u'/');
+    return name;
 }
 
 /// Opens a file for a constructor. What fails gets a trace line and goes on as one of three classes: whatever is not
