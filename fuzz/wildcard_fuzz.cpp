@@ -61,11 +61,11 @@ void check(Input input) {
     require(outcome(&text::Wildcard::isMatch, text, pattern) == expected, "as the plain model says");
     require(outcome(&text::Wildcard::isMatchW, text, pattern) == expected, "and so for 16 bits");
     // Units that have one of their bytes in common.
-    const auto widened = [](WideString units) {
-        std::for_each(units.begin(), units.end(), [](WideChar& unit) {
+    const auto widened = [](WideString source) {
+        std::for_each(source.begin(), source.end(), [](WideChar& unit) {
             unit = static_cast<WideChar>(unit < 0x80 ? unit : (1 + (unit >> 3) % 8) * 0x100 + unit % 8);
         });
-        return units;
+        return source;
     };
     const WideString wideText = widened(text), widePattern = widened(pattern);
     require(outcome(&text::Wildcard::isMatchW, wideText, widePattern) == modelOutcome(wideText, widePattern),
