@@ -23,6 +23,9 @@
 
 static std::atomic<std::time_t> fixedTime{0};
 
+/// Writes the counters of a build for coverage, which `_exit` does not; null in other builds.
+extern "C" [[gnu::weak]] void __gcov_dump();  // NOLINT(bugprone-reserved-identifier)
+
 /// The clock of the whole program, in place of the system's, so that a test can set it.
 // NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name)
 extern "C" std::time_t time(std::time_t* target) noexcept {
@@ -61,6 +64,7 @@ pid_t start(Body body) {
     if (child == 0) {
         ::alarm(100);
         [&]() noexcept { body(); }();  // NOLINT(bugprone-exception-escape): what is thrown ends the process
+        __gcov_dump != nullptr ? __gcov_dump() : void();
         ::_exit(::testing::Test::HasFailure());
     }
     return child;
@@ -269,6 +273,7 @@ TEST_F(Logger, ALockFileThatIsMissingOrUselessLocksNobodyOut) {
         write(u"y");
         std::filesystem::remove(file);
         ::close(::creat(file.c_str(), 0600));
+        __gcov_dump != nullptr ? __gcov_dump() : void();        // the other user cannot
         EXPECT_TRUE(::setuid(65534) == 0 || ::geteuid() != 0);  // another user, if the system lets us
         write(u"z");
         for (const char* name : {"x", "y", "z"}) {
@@ -312,6 +317,7 @@ TEST_F(Logger, FailuresPassThroughAndFreeTheLockBeforeTheyGetTheirLine) {
     log();
     EXPECT_EQ(contentOf(directory.path("a")).size(), 46U);
     const WideString name = u"moraine::util::log::ILogger";
+    expectFailure<io::IOException>([] { Probe(u"", [] {}).doWriteLog(u""); }, u"The file is not write.", layers);
     expectFailure<lang::IllegalStateException>([] { ILogger().write(u""); }, u"Output path is NULL.", {name});
 }
 

@@ -157,8 +157,10 @@ TEST(NodeForms, OneNodeAndNeverASubtree) {
     Element node;  // what is in it makes it open
     node.setEmpty(true);
     node.appendAttribute(make<Attr>(u"id", u"a<b"));
+    node.appendAttribute(nullptr);
     node.appendChild(make<Comment>(u"", u"c"));
     EXPECT_EQ(*node.getString(), u"< id=\"a<b\">");
+    EXPECT_TRUE(node.isEmpty() && !node.isEnd() && node.childAt(0)->getParentNode() == nullptr);
     node.setEnd(true);
     EXPECT_EQ(*node.getReferenceString(), u"</ id=\"a&lt;b\">");
 }
@@ -190,6 +192,11 @@ TEST(Declaration, FieldsFollowTheAttributes) {
     node.appendAttribute(make<Attr>(u"version"));
     node.appendAttribute(make<Attr>(u"standalone"));
     EXPECT_EQ(fieldsOf(node), u" utf-8 no");
+    node.insertAttribute(nullptr, 0);
+    for (const WideString& fields : {u" utf-8 no"s, u"1.0 utf-8 no"s, u"1.0 utf-8 yes"s}) {
+        node.removeAttribute(0);
+        EXPECT_EQ(fieldsOf(node), fields);
+    }
 }
 
 }  // namespace

@@ -65,6 +65,9 @@ TEST(Thread, TheObjectClosesTheHandleThatItHoldsAndNoOther) {
     Worker parked;
     auto owner = std::make_unique<Worker>();
     Worker& worker = *owner;
+    parked.setThreadName(u"parked");
+    parked.setThreadName(parked.getThreadName() + 1);  // the present one
+    EXPECT_EQ(parked.getThreadName(), std::u16string(u"arked"));
     parked.work = [told = go.get_future().share()] { told.wait(); };
     Start replaced(parked), closed(parked), left(parked);
     worker.setThreadHandle(replaced.handle());

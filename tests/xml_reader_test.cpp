@@ -72,6 +72,7 @@ TEST(XMLReader, Attributes) {
         <a b="1" b="2"/><a \sb c\t=\n"1"/>                  <a b=1 b=2/>|<a b c=1/>|.
         <a b="it's" c='"'/><a b="" c="d"/><a b="" />        <a b=it's c="/>|<a b=~ c=d/>|<a b=~/>|.
         <a b="&lt;" &amp;=" &#65; "/><a /?b="/" c="/"/>     <a b=< &= A />|<a /?b=/ c=//>|.
+        <a b=c"1"/>     Invalid attribute name.(43)         <a b= c="1"/>   Invalid attribute name.(44)
         <a b=""/>       Invalid attribute value.(42)        <a b/>          Invalid element.(41)
         <a b=c/>        Invalid element.(43)                <a =1/>         Attribute name not found.(40)
         <a b=="1"/>     Invalid attribute name.(42)         <a b=/>         Invalid element.(42)
@@ -90,6 +91,8 @@ TEST(XMLReader, Refusals) {
         < a>           Invalid element name.(38) ' '        <\ta>           Invalid element name.(38)
         <ab' c="1"/>   Invalid element name.(38) 'a'        <a/><=/>        <a/>|Invalid element name.(38) '='
         <a<b/>         Invalid element name.(38) 'a'        <a></a=b>       <a>|Invalid element name.(38) '/'
+        <a></>         <a>|Element name not found.(38) '/'  <>x             Element name not found.(38) '>'
+        <!--x->        Invalid comment.(38).                <!--xy>         Invalid comment.(38).
         <a></ a>       <a>|Element name not found.(38)      <a></a></a>     <a>|</a>|Invalid element tree.(38))T");
 }
 
@@ -123,6 +126,8 @@ TEST(XMLReader, Prologs) {
     std::vector<WideString> cells = cellsOf(2, R"T(
         \s<?xml a="b"?>              Invaild data.                 <!xm                    Invaild data.
         \u00EF\u00BB\u00BF<?xml ?>   Invaild data.                 <?xm                    XML declaration not found.
+        <?x                          Invaild data.                 <?xml a="b"? >          XML declaration not found.
+        <?xmk a="b"?>                XML declaration not found.    <?xml a\0="b"?>         XML declaration not found.
         <?xmlx a="b"?>               XML declaration not found.    <?xml\u00A0 a="b"?>     XML declaration not found.
         <?xml a="b\0"?>              XML declaration not found.    <?xml a="b"?            XML declaration not found.
         <?xml ?>x                    Invalid XML declaration.      <?xml x?>               Invalid element.(7)

@@ -100,11 +100,21 @@ TEST(XMLWriter, Output) {
         EXPECT_EQ(sent(bytesOf(cells[i]), false), bytesOf(cells[i + 1]));
         EXPECT_EQ(sent(bytesOf(cells[i]), true), bytesOf(cells[i + 2]));
     }
+    const std::string text(100000, 'x');
+    EXPECT_EQ(sent("<a|@" + text + "=b|<" + text + "|'" + text + "|>|!" + text + "|!c|<d|>|>", false),
+              "<a " + text + "=\"b\">/<" + text + ">" + text + "/</" + text + ">/<!--" + text +
+                  "-->/<!--c-->/<d/>/</a>/");
+    Sink sink;
+    XMLWriter writer(&sink, u"utf-8", false);
+    writer.writeStartElement(nullptr), writer.writeAttribute(nullptr, nullptr), writer.writeText(nullptr);
+    writer.writeComment(nullptr), writer.writeEndElement();
+    EXPECT_EQ(sink.all().substr(55), "< =\"\"><!----></>");
 }
 
 TEST(XMLWriter, RefusalsChangeNothing) {
     const std::vector<WideString> cells = cellsOf(4, R"T(
         !x                 @a=b   <a|>|.            Current element is not element.
+        <a                 .      >|.               Current element is not element.
         \e                 't     <a|>              Current element is not element.
         \e                 >      <a|>              Current element is not element.
         <a|'t              @c=d   >                 Current element is already writed.
@@ -152,6 +162,7 @@ TEST(XMLWriter, FailuresOfTheStream) {
                 {{2}, "<a|>|@c=d|>", "<a c=\"d\"/>~/"},  // the element stays open
                 {{3}, "<a|'t|>|<b|>|>", "<a>t/  <b/>~/</a>~/"},
                 {{3}, "<a|<b|>|>|>", "<a>~/<b/>~/</a>~/"},  // the level is left all the same
+                {{2, 3}, ".", ""},  // the destructor tries again and keeps the failure to itself
                 {{2}, ".|.|.", "/"}};
     for (const auto& row : rows) {
         EXPECT_EQ(sent(row.calls, true, row.faults), row.sent) << row.calls;
