@@ -78,7 +78,7 @@ std::string sent(const std::string& calls, bool indented, std::set<unsigned int>
     for (std::size_t i = 1; i < sink.pieces.size(); ++i) {
         result += sink.pieces[i] + "/";
     }
-    for (std::size_t at; (at = result.find("\r\n")) != std::string::npos;) {
+    for (std::size_t at = 0; (at = result.find("\r\n")) != std::string::npos;) {
         result.replace(at, 2, "~");
     }
     return result;

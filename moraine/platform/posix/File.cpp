@@ -74,7 +74,7 @@ std::FILE* openFile(const WideChar* name, OpenMode mode) {
 }
 
 FileAttributes attributesOf(std::FILE* file) noexcept {
-    struct stat status;
+    struct stat status {};
     if (::fstat(::fileno(file), &status) != 0) {
         return {true, true};
     }

@@ -158,7 +158,7 @@ bool isInPlace(Holding& holding) noexcept {
     if (now.tv_sec == holding.checked.tv_sec && now.tv_nsec == holding.checked.tv_nsec) {
         return true;
     }
-    struct stat status;
+    struct stat status {};
     if (::fstat(holding.descriptor, &status) != 0 || status.st_nlink == 0) {
         return false;
     }

@@ -8,7 +8,7 @@ namespace moraine::platform {
 
 void closeThread(void* handle) noexcept {
     static_assert(sizeof(pthread_t) == sizeof(void*), "a thread's handle must fit a pointer");
-    pthread_t thread;
+    pthread_t thread{};
     std::memcpy(&thread, &handle, sizeof thread);
     ::pthread_detach(thread);
 }
