@@ -58,6 +58,8 @@ void ILogger::doWriteLog(const WideChar* message) {
         const OwnedByteString bytes = encoder.doEncodeW2M(line.data(), length, true);
         stream.write(bytes->data(), static_cast<unsigned int>(bytes->size()));
         stream.flush();
+    } catch (lang::IllegalArgumentException& e) {
+        lang::passOn(e, getClassName());
     } catch (io::IOException& e) {
         lang::passOn(e, getClassName());
     }
