@@ -1,10 +1,8 @@
 // Writes a little XML to memory, reads it back, and catches a failure that the library throws.
 // Ends with 0 only if everything is as expected.
 
-#include <cstring>
 #include <iostream>
 #include <string>
-#include <vector>
 
 #include <moraine/io/MemoryInputStream.h>
 #include <moraine/io/MemoryOutputStream.h>
@@ -14,29 +12,18 @@
 
 namespace {
 
-struct Node {
-    int type;
-    std::u16string name;
-    std::u16string value;
-
-    bool operator==(const Node& other) const {
-        return type == other.type && name == other.name && value == other.value;
-    }
-};
-
-std::u16string orEmpty(const char16_t* text) {
-    return text ? text : u"";
-}
-
-std::vector<Node> readAll(const char* bytes, long size) {
+/// The names and values of all pieces, each with "|" behind it.
+std::u16string readAll(const char* bytes, long size) {
     moraine::io::MemoryInputStream in;
     in.setBytes(bytes, size);
     moraine::xml::DOM::XMLReader reader(&in);
-    std::vector<Node> nodes;
+    std::u16string all;
     while (reader.doRead()) {
-        nodes.push_back({reader.getNodeType(), orEmpty(reader.getName()), orEmpty(reader.getValue())});
+        all += reader.getName() ? reader.getName() : u"";
+        all += reader.hasValue() ? reader.getValue() : u"";
+        all += u'|';
     }
-    return nodes;
+    return all;
 }
 
 bool writesAndReads() {
@@ -47,20 +34,12 @@ bool writesAndReads() {
     writer.writeText(u"x");
     writer.writeEndElement();
     writer.close();
-
-    bool element = false;
-    bool text = false;
-    for (const Node& node : readAll(out.getBytes(), out.getSize())) {
-        element = element || node == Node{2, u"a", u""};
-        text = text || node == Node{5, u"", u"x"};
-    }
-    return element && text;
+    return readAll(out.getBytes(), out.getSize()) == u"||a|x|a|";
 }
 
 bool catchesFailure() {
-    const char* broken = "<a b=1></a>";
     try {
-        readAll(broken, static_cast<long>(std::strlen(broken)));
+        readAll("<a b=1></a>", 11);
     } catch (moraine::lang::Exception& failure) {
         return !failure.getMessage()->empty();
     }
@@ -75,13 +54,8 @@ int main() {
 #else
     std::cout << "shared\n";
 #endif
-    if (!writesAndReads()) {
-        std::cerr << "What was written could not be read back\n";
-        return 1;
-    }
-    if (!catchesFailure()) {
-        std::cerr << "Malformed input was not refused with an exception of the library\n";
-        return 1;
-    }
-    return 0;
+    const bool read = writesAndReads(), caught = catchesFailure();
+    std::cerr << (read ? "" : "What was written could not be read back\n")
+              << (caught ? "" : "Malformed input was not refused with an exception of the library\n");
+    return read && caught ? 0 : 1;
 }
