@@ -24,8 +24,7 @@ using text::Base64Decoder, text::Base64Encoder, text::URLDecoder, text::URLEncod
 
 enum Call { more, last, clear };
 
-/// One codec object and one of its operations. Bytes are units from 0 to 255 here, so that one table serves all. A
-/// copy of a coding copies the codec in the state that it is in.
+/// One codec object and one of its operations. Bytes are units from 0 to 255 here, so that one table serves all.
 using Coding = std::function<WideString(const WideString& block, Call call)>;
 
 /// Blocks are passed in buffers of their exact size, so that the sanitizer sees a read behind them, and as a null
@@ -61,27 +60,6 @@ const Coding urlText = coding<URLEncoder, WideChar, &URLEncoder::doEncodeW2M>();
 const Coding urlToBytes = coding<URLDecoder, char, &URLDecoder::doDecode>();
 const Coding urlToText = coding<URLDecoder, char, &URLDecoder::doDecodeM2W>();
 
-/// Feeds @p input in blocks of @p size, with the last-block flag at the last of them or at an empty one behind it.
-WideString inBlocks(Coding& coding, const WideString& input, std::size_t size, bool emptyClose) {
-    WideString output;
-    std::size_t at = 0;
-    for (; at + size < input.size(); at += size) {
-        output += coding(input.substr(at, size), more);
-    }
-    output += coding(input.substr(at), emptyClose ? more : last);
-    return output + (emptyClose ? coding(u"", last) : u"");
-}
-
-/// Expects the same output however the input is cut, with a new stream behind it and with a copy in mid-stream.
-void expectConversion(Coding coding, const WideString& input, const WideString& output) {
-    for (std::size_t cut = 0; cut <= input.size(); ++cut) {
-        const WideString start = coding(input.substr(0, cut), more);
-        Coding copy = coding;
-        ASSERT_EQ(start + inBlocks(coding, input.substr(cut), 1000000, false), output) << "cut at " << cut;
-        ASSERT_EQ(start + inBlocks(copy, input.substr(cut), 1, true), output) << "copied at " << cut;
-    }
-}
-
 // clang-format off
 TEST(Codecs, OneOutputWhereverTheInputIsCut) {
     const WideString ascii(100, u'x'), bytes = u"\0\x10\x83\x10\xFB\xEF\xBE\xFF\xFF\xFF\x80"s;
@@ -103,9 +81,16 @@ TEST(Codecs, OneOutputWhereverTheInputIsCut) {
         {urlToBytes, u"a+b%2B%25%2F~%E9%00 \xE9/%30%42", u"a b+%/~\xE9\0 \xE9/0B"s},
         {urlToText, u"a+b%00%2F~%00%E9%01%42%FF%FF%00%00", u"a b/~\xE9\x142\xFFFF\0"s},
         {urlToText, u"%E9xyz+z", u"\xE9xyz z"}, {urlToText, u"%41x%42%43y", u"Ax\x4243y"}};
-    for (const auto& [coding, input, output] : rows) {
-        SCOPED_TRACE(::testing::PrintToString(input));
-        expectConversion(coding, input, output);
+    for (const auto& [fresh, input, output] : rows) {
+        Coding coding = fresh;
+        for (std::size_t size = 1; size <= input.size() + 1; ++size) {
+            WideString found;
+            std::size_t at = 0;
+            for (; at + size < input.size(); at += size) {
+                found += coding(input.substr(at, size), more);
+            }
+            ASSERT_EQ(found + coding(input.substr(at), last), output) << ::testing::PrintToString(input) << size;
+        }
     }
 }
 
