@@ -28,11 +28,7 @@ std::string readAll(FileInputStream& stream) {
     return bytes;
 }
 
-/// Every test leaves as many files open as it found.
-struct FileStreams : ::testing::Test {
-    void TearDown() override { EXPECT_EQ(openDescriptors(), descriptors); }
-
-    const long descriptors = openDescriptors();
+struct FileStreams : DescriptorsStay {
     const TemporaryDirectory directory;
 };
 

@@ -59,6 +59,12 @@ inline long openDescriptors() {
     return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
 }
 
+/// Every test leaves as many files open as it found.
+struct DescriptorsStay : ::testing::Test {
+    void TearDown() override { EXPECT_EQ(openDescriptors(), descriptors); }
+    const long descriptors = openDescriptors();
+};
+
 /// Sets a locale of the process until the end of this object.
 struct LocaleScope {
     explicit LocaleScope(const char* wanted) : known(std::setlocale(LC_ALL, wanted) != nullptr) {}
