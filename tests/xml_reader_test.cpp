@@ -43,13 +43,6 @@ void expectRows(const std::string& table) {
             }
             ASSERT_EQ(read, expected) << body << " cut at " << cut;
         }
-        for (const std::size_t size : {1UL, 2UL, 3UL, 5UL, 7UL}) {
-            std::vector<std::size_t> borders;
-            for (std::size_t at = 0; at < body.size() && body.find("<!--") == std::string::npos; at += size) {
-                borders.push_back(at);
-            }
-            ASSERT_EQ(bodyOf(body, borders), outcome) << body << " in blocks of " << size;
-        }
     }
 }
 
@@ -115,11 +108,6 @@ TEST(XMLReader, WhereBlocksEndMatters) {
         }
         EXPECT_EQ(bodyOf(body, borders), cells[i + 1]) << body;
     }
-    for (const std::size_t length :
-         {10234U, 10235U, 10236U, 20476U, 20477U, 20478U}) {  // blocks of the reader's own size
-        EXPECT_EQ(bodyOf("<a>" + std::string(length, 'x') + "</a>"), u"<a>|'" + WideString(length, u'x') + u"'|</a>|.");
-        EXPECT_EQ(bodyOf("<!--" + std::string(length, '-') + "-->"), u"!" + WideString(length, u'-') + u"|.");
-    }
 }
 
 TEST(XMLReader, Prologs) {
@@ -178,17 +166,7 @@ TEST(XMLReader, AccessorsInEveryState) {
     }
 }
 
-TEST(XMLReader, OtherEncodings) {
-    const std::string start = "<?xml encoding='BASE64'?>",
-                      bytes = "PGEgYj0iMSI+dCZhbXA7PC9hPg==";    // <a b="1">t&amp;</a>
-    for (std::size_t cut = 5; cut <= bytes.size() - 4; ++cut) {  // each block gives some text
-        Source source(start + bytes, {start.size() + cut});
-        EXPECT_EQ(allOf(source), u"D|? encoding=BASE64|<a b=1>|'t&'|</a>|.") << cut;
-    }
-}
-
 TEST(XMLReader, StreamsThatMisbehave) {
-    struct Oops {};
     const auto run = [&](int faultyRead, const std::function<unsigned int()>& fault) {
         Source source(head + "<a>text</a >", {head.size() + 5, head.size() + 9});
         source.faultyRead = faultyRead;
@@ -219,23 +197,6 @@ TEST(XMLReader, StreamsThatMisbehave) {
     expectFailure<lang::IllegalArgumentException>([&] { reader.doRead(); }, u"", {u"moraine::text::UTF8Decoder"});
 }
 
-TEST(XMLReader, LongTokens) {
-    // What stands before and behind 16777216 of a unit, and what is read; there "*" is that run.
-    const std::vector<WideString> cells = cellsOf(4, R"T(
-        <a>     x  </a>  <a>|'*'|</a>|.    <a>   &  </a>    <a>|'*'|</a>|.    \e   \s  <a/>  <a/>|.
-        <!--    -  -->   !*|.              <!--  >  -->     !*|.              <a b='   x  ' />    <a b=*/>|.
-        <a\s    b  ='1'/>  <a *=1/>|.      <     a  />      <*/>|.            <a>  x  \e    <a>|Invalid EOD.(38).
-        <a></   a  >     <a>|Invalid element tree.(38)    <a\s  \s  ><b>    <a>|<b>|Invalid element tree..)T");
-    for (std::size_t i = 0; i < cells.size(); i += 4) {
-        const WideString run(16777216, cells[i + 1][0]);
-        WideString expected = cells[i + 3];
-        if (const std::size_t at = expected.find(u'*'); at != WideString::npos) {
-            expected.replace(at, 1, run);
-        }
-        EXPECT_TRUE(bodyOf(bytesOf(cells[i] + run + cells[i + 2])) == expected) << i;  // too long to be shown
-    }
-}
-
 TEST(XMLReader, ThePieceStaysWhereTheDataEndBehindIt) {
     // A piece, its form, and how much later text of which kind follows: the buffer moves and grows meanwhile.
     const std::vector<WideString> cells = cellsOf(3, R"T(
@@ -259,19 +220,6 @@ TEST(XMLReader, ThePieceStaysWhereTheDataEndBehindIt) {
             EXPECT_EQ(pieceOf(reader), cells[i + 1]) << length;
         }
     }
-}
-
-TEST(XMLReader, DepthHasNoLimit) {
-    constexpr std::size_t many = 1000000;
-    std::string opened, closed;
-    for (std::size_t i = 0; i < many; ++i) {
-        opened += "<a>";
-        closed += "</a>";
-    }
-    const WideString read = bodyOf(opened + closed);
-    EXPECT_EQ(std::count(read.begin(), read.end(), u'|'), 2 * many);
-    EXPECT_EQ(read.back(), u'.');
-    EXPECT_EQ(bodyOf(opened).substr(4 * many), u"Invalid element tree..");  // they end with the reader
 }
 
 }  // namespace

@@ -3,9 +3,12 @@
 #include "support.h"
 
 #include <algorithm>
+#include <array>
 #include <functional>
+#include <set>
 
 #include "moraine/io/DataFormatException.h"
+#include "moraine/io/OutputStream.h"
 #include "moraine/xml/DOM/XMLReader.h"
 
 namespace moraine::test {
@@ -79,6 +82,37 @@ private:
     std::size_t position = 0;
 };
 
+struct Oops {};
+
+/// Keeps what each write brings; some writes fail.
+class Sink : public io::OutputStream {
+public:
+    explicit Sink(std::set<unsigned int> faulty = {}) : faults(std::move(faulty)) {}
+    unsigned int write(const char* data, unsigned int length) override {
+        if (faults.count(++writes) > 0) {
+            throw Oops();
+        }
+        pieces.emplace_back(data, length);
+        return 0;
+    }
+    void flush() override { ADD_FAILURE() << "nothing is flushed"; }
+    void close() override { ++closes; }
+
+    /// All of them, each with a mark behind it.
+    std::string joined(const std::string& mark) const {
+        std::string bytes;
+        for (const std::string& piece : pieces) {
+            bytes += piece + mark;
+        }
+        return bytes;
+    }
+
+    std::vector<std::string> pieces;
+    unsigned int writes = 0;
+    unsigned int closes = 0;
+    std::set<unsigned int> faults;
+};
+
 inline WideString shown(const WideChar* text) {
     return text == nullptr ? u"~" : text;
 }
@@ -86,21 +120,18 @@ inline WideString shown(const WideChar* text) {
 /// What the accessors tell: `D` and `?` for document and declaration, tags as they are written, `'text'`, `!comment`.
 /// An attribute is ` name=value`, and `~` stands for null.
 inline WideString pieceOf(xml::DOM::XMLReader& reader) {
-    const int type = reader.getNodeType();
+    const auto type = static_cast<unsigned int>(reader.getNodeType());
     const bool element = type == xml::DOM::elementNode;
     EXPECT_EQ(reader.hasValue(), reader.getValue() != nullptr);
     EXPECT_EQ(reader.hasAttribute(), reader.getAttributeCount() > 0);
     EXPECT_TRUE(element || (!reader.isStartElement() && !reader.isEmptyElement() && reader.getName() == nullptr));
-    WideString piece = type == 0 ? u"D" : type == 1 ? u"?" : type == 4 ? u"!" + shown(reader.getValue()) : u"";
-    if (type == xml::DOM::textNode) {
-        piece = u"'" + shown(reader.getValue()) + u"'";
-    } else if (element) {
-        piece = (reader.isStartElement() ? u"<" : u"</") + shown(reader.getName());
-    }
+    WideString piece =
+        std::array<WideString, 6>{u"D", u"?", reader.isStartElement() ? u"<" : u"</", u"", u"!", u"'"}.at(type);
+    piece += element ? shown(reader.getName()) : type > 2 ? shown(reader.getValue()) : u"";
     for (unsigned int i = 0; i < reader.getAttributeCount(); ++i) {
         piece += u" " + shown(reader.getAttributeName(i)) + u"=" + shown(reader.getAttributeValue(i));
     }
-    return piece + (!element ? u"" : reader.isEmptyElement() ? u"/>" : u">");
+    return piece + (type == xml::DOM::textNode ? u"'" : !element ? u"" : reader.isEmptyElement() ? u"/>" : u">");
 }
 
 /// Everything that is read, the pieces with "|" behind them; at the end "." or the message of the failure. Where the

@@ -1,9 +1,7 @@
 #include "xml_support.h"
 
-#include <set>
 #include <sstream>
 
-#include "moraine/io/OutputStream.h"
 #include "moraine/text/UnsupportedEncodingException.h"
 #include "moraine/xml/DOM/XMLWriter.h"
 #include "moraine/xml/XMLStringUtil.h"
@@ -14,36 +12,6 @@ namespace {
 using namespace std::string_literals;
 using io::DataFormatException;
 using xml::DOM::XMLWriter;
-
-struct Oops {};
-
-/// Keeps what each write brings; some writes fail.
-class Sink : public io::OutputStream {
-public:
-    explicit Sink(std::set<unsigned int> faulty = {}) : faults(std::move(faulty)) {}
-    unsigned int write(const char* data, unsigned int length) override {
-        if (faults.count(++writes) > 0) {
-            throw Oops();
-        }
-        pieces.emplace_back(data, length);
-        return 0;
-    }
-    void flush() override { ADD_FAILURE() << "nothing is flushed"; }
-    void close() override { ++closes; }
-
-    std::string all() const {
-        std::string bytes;
-        for (const std::string& piece : pieces) {
-            bytes += piece;
-        }
-        return bytes;
-    }
-
-    std::vector<std::string> pieces;
-    unsigned int writes = 0;
-    unsigned int closes = 0;
-    std::set<unsigned int> faults;
-};
 
 /// Carries out calls, with "|" between them: `<name`, `@name=value`, `'text`, `!comment`, `>` for an end, `.` for
 /// close.
@@ -74,10 +42,8 @@ std::string sent(const std::string& calls, bool indented, std::set<unsigned int>
     EXPECT_EQ(sink.pieces[0],
               "<?xml version=\"1.0\" encoding=\"utf-8\" standalone=\"yes\"?>"s + (indented ? "\r\n" : ""));
     run(writer, calls, true);
-    std::string result;
-    for (std::size_t i = 1; i < sink.pieces.size(); ++i) {
-        result += sink.pieces[i] + "/";
-    }
+    sink.pieces.erase(sink.pieces.begin());
+    std::string result = sink.joined("/");
     for (std::size_t at = 0; (at = result.find("\r\n")) != std::string::npos;) {
         result.replace(at, 2, "~");
     }
@@ -108,7 +74,7 @@ TEST(XMLWriter, Output) {
     XMLWriter writer(&sink, u"utf-8", false);
     writer.writeStartElement(nullptr), writer.writeAttribute(nullptr, nullptr), writer.writeText(nullptr);
     writer.writeComment(nullptr), writer.writeEndElement();
-    EXPECT_EQ(sink.all().substr(55), "< =\"\"><!----></>");
+    EXPECT_EQ(sink.joined("").substr(55), "< =\"\"><!----></>");
 }
 
 TEST(XMLWriter, RefusalsChangeNothing) {
@@ -182,7 +148,7 @@ TEST(XMLWriter, ClosesOnce) {
     Sink sink;  // the rest of what an encoder holds is sent before
     XMLWriter writer(&sink, u"BASE64", false);
     run(writer, "<aa|>|.");
-    EXPECT_EQ(sink.all(), "PD94bWwgdmVyc2lvbj0iMS4wIiBlbmNvZGluZz0iQkFTRTY0IiBzdGFuZGFsb25lPSJ5ZXMiPz48YWEvPg==");
+    EXPECT_EQ(sink.joined(""), "PD94bWwgdmVyc2lvbj0iMS4wIiBlbmNvZGluZz0iQkFTRTY0IiBzdGFuZGFsb25lPSJ5ZXMiPz48YWEvPg==");
 }
 
 }  // namespace
