@@ -105,11 +105,13 @@ TEST(Node, EndOfNodes) {
     }
 }
 
-TEST(Node, ANameMayBecomeAPartOfItself) {
+TEST(Node, ANameMayBecomeAPartOfItselfOrNothing) {
     Text node;
     node.setLocalName((u'y' + WideString(100, u'x')).data(), 101);
     node.setLocalName(node.getLocalName() + 1, 100);
     EXPECT_EQ(node.getLocalName(), WideString(100, u'x'));
+    node.setLocalName(u"x", 0);
+    EXPECT_EQ(node.getLocalName(), nullptr);
 }
 
 WideString formsOf(Node* made) {
