@@ -118,13 +118,10 @@ TEST(PropertyManager, FailuresFromElsewhere) {
     }
     using lang::IllegalArgumentException;
     Source source("c=3\nd=\xE2\x82");
-    for (const WideChar* encoding : {u"", u"UTF8", u" UTF-8"}) {
-        using text::UnsupportedEncodingException;
-        const WideString layers[] = {u"moraine::text::DecoderManager", u"moraine::text::EncoderManager"};
-        const auto read = [&] { properties.read(&source, encoding); };
-        expectFailure<UnsupportedEncodingException>(read, u"", {layers[0], manager});
-        expectFailure<UnsupportedEncodingException>([&] { written(properties, encoding); }, u"", {layers[1], manager});
-    }
+    const WideString layers[] = {u"moraine::text::DecoderManager", u"moraine::text::EncoderManager"};
+    const auto readOther = [&] { properties.read(&source, u"UTF8"); };
+    expectFailure<text::UnsupportedEncodingException>(readOther, u"", {layers[0], manager});
+    expectFailure<text::UnsupportedEncodingException>([&] { written(properties, u"UTF8"); }, u"", {layers[1], manager});
     EXPECT_TRUE(source.reads == 0 && properties.count() == 3);
     const WideString decoder = u"moraine::text::UTF8Decoder";
     expectFailure<IllegalArgumentException>([&] { properties.read(&source, u"utf-8"); }, u"", {decoder});
