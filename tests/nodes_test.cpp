@@ -1,4 +1,4 @@
-#include "xml_support.h"
+#include "support.h"
 
 #include <functional>
 #include <map>

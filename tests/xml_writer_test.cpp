@@ -4,7 +4,6 @@
 
 #include "moraine/text/UnsupportedEncodingException.h"
 #include "moraine/xml/DOM/XMLWriter.h"
-#include "moraine/xml/XMLStringUtil.h"
 
 namespace moraine::test {
 namespace {
