@@ -64,10 +64,13 @@ inline void require(bool holds, const char* what) {
 }
 
 /// A copy in a block of its exact size, so that the sanitizer sees a touch behind it.
-template <class Unit = void, class Text>
+template <class Unit, class Text>
+std::vector<Unit> exact(const Text& text) {
+    return {text.begin(), text.end()};
+}
+template <class Text>
 auto exact(const Text& text) {
-    using Element = std::conditional_t<std::is_void_v<Unit>, typename Text::value_type, Unit>;
-    return std::vector<Element>(text.begin(), text.end());
+    return exact<typename Text::value_type>(text);
 }
 
 /// The same, with a terminator.

@@ -46,12 +46,8 @@ std::unique_ptr<Node> make() {
     return std::make_unique<Kind>();
 }
 
-std::unique_ptr<Node> makeNothing() {
-    return nullptr;  // a list may hold it
-}
-
-std::unique_ptr<Node> (*const makers[])() = {make<Document>, make<Declaration>, make<Element>, make<Attr>,
-                                             make<Comment>,  make<Text>,        makeNothing,   makeNothing};
+std::unique_ptr<Node> (*const makers[])() = {make<Document>, make<Declaration>, make<Element>,
+                                             make<Attr>,     make<Comment>,     make<Text>};
 
 bool isText(const WideChar* text, const std::optional<WideString>& wanted) {
     return wanted ? text != nullptr && *wanted == text : text == nullptr;
@@ -84,7 +80,7 @@ void change(Node& node, Model& model, Input& input) {
     bool isMoved = false;
     const bool isThere = index < entries.size();
     const auto place = isThere ? entries.begin() + index : entries.end();
-    std::unique_ptr<Node> fresh = makers[kind]();
+    std::unique_ptr<Node> fresh = kind < 6 ? makers[kind]() : nullptr;  // a list may hold that
     auto entry = fresh != nullptr ? std::make_unique<Model>() : nullptr;
     const WideString text = operation == 7 ? input.text(40) : u"";
     const auto length = static_cast<unsigned int>(text.size());
@@ -97,10 +93,8 @@ void change(Node& node, Model& model, Input& input) {
                                              [&] { node.moveToFirst(); },
                                              [&] { isMoved = node.moveToNext(); },
                                              [&] { (node.*set)(exact(text).data(), length); }};
-    const bool done =
-        resultOf<lang::ArrayIndexOutBoundsException>([&] { return actions[operation](), true; }).has_value();
-    const bool needsIndex = operation >= 1 && operation <= 3;
-    require(done == (!needsIndex || isThere), "an index is below the count");
+    const auto done = resultOf<lang::ArrayIndexOutBoundsException>([&] { return actions[operation](), true; });
+    require(done.has_value() == (isThere || operation < 1 || operation > 3), "an index is below the count");
     if (operation == 0 || (operation == 1 && isThere)) {
         entries.insert(operation == 0 ? entries.end() : place, std::move(entry));
         fresh.release();  // NOLINT(bugprone-unused-return-value): the list has it

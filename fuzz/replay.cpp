@@ -1,21 +1,18 @@
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <random>
+#include <set>
 
 #include "input.h"
 
 /// Runs a target over files and over spoilt copies of them, which are the same ones every time.
 /// Usage: replay COPIES PATH...
 int main(int argc, char** argv) {
-    std::vector<std::filesystem::path> files;
+    std::set<std::filesystem::path> files;
     for (int i = 2; i < argc; ++i) {
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(argv[i])) {
-            files.push_back(entry.path());
-        }
+        files.insert(std::filesystem::recursive_directory_iterator(argv[i]), {});
     }
-    std::sort(files.begin(), files.end());
     std::vector<std::string> inputs = {""};
     for (const auto& file : files) {
         std::ifstream stream(file, std::ios::binary);

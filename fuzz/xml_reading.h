@@ -37,9 +37,11 @@ inline Reading::Piece pieceOf(xml::DOM::XMLReader& reader) {
     }
     require(reader.hasAttribute() == (count > 0), "hasAttribute goes by the count");
     require(reader.hasValue() == (reader.getValue() != nullptr), "hasValue goes by the value");
-    require(!resultOf<lang::ArrayIndexOutBoundsException>([&] { return reader.getAttributeName(count); }) &&
-                !resultOf<lang::ArrayIndexOutBoundsException>([&] { return reader.getAttributeValue(count); }),
-            "no attribute behind the last");
+    const auto isRefused = [&](auto accessor) {
+        return !resultOf<lang::ArrayIndexOutBoundsException>([&] { return (reader.*accessor)(count); });
+    };
+    using xml::DOM::XMLReader;
+    require(isRefused(&XMLReader::getAttributeName) && isRefused(&XMLReader::getAttributeValue), "no more attributes");
     return piece;
 }
 
@@ -49,13 +51,10 @@ inline Reading readAll(io::InputStream& stream) {
     try {
         while (reader.doRead()) {
             all.pieces.push_back(pieceOf(reader));
-            const auto encoding = resultOf<lang::Exception>([&] { return reader.getEncoding(); });
+            const auto encoding = resultOf<lang::Exception>(
+                [&] { return reader.getStandalone(), reader.getVersion(), reader.getEncoding(); });
             require(encoding.has_value() == (all.pieces.size() <= 2), "declared with the first two pieces");
-            if (encoding) {
-                all.encoding = *encoding;
-                require(reader.getVersion() != nullptr && (reader.getStandalone() || !reader.getStandalone()),
-                        "so are these");
-            }
+            all.encoding = encoding.value_or(all.encoding.c_str());
         }
         require(!reader.doRead() && (all.pieces.empty() || pieceOf(reader) == all.pieces.back()), "the end lasts");
     } catch (lang::Exception& e) {

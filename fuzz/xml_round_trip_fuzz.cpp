@@ -19,8 +19,7 @@ Reading read(const char* bytes, std::size_t size) {
 }
 
 WideString markup(const WideString& text) {
-    return *xml::XMLStringUtil().string2Reference(text.c_str(),
-                                                  static_cast<unsigned int>(text::lengthOf(text.c_str())));
+    return *xml::XMLStringUtil().string2Reference(text.data(), static_cast<unsigned int>(text.size()));
 }
 
 /// Whether the texts of a piece read back: the reader drops white-space in front of a text, takes no other names, and
