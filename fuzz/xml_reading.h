@@ -56,12 +56,13 @@ inline Reading readAll(io::InputStream& stream) {
             require(encoding.has_value() == (all.pieces.size() <= 2), "declared with the first two pieces");
             all.encoding = encoding.value_or(all.encoding.c_str());
         }
-        require(!reader.doRead() && (all.pieces.empty() || pieceOf(reader) == all.pieces.back()), "the end lasts");
+        require(!reader.doRead() && pieceOf(reader) == all.pieces.back(), "the end lasts");
     } catch (lang::Exception& e) {
         all.failure = u"failed: " + *e.getMessage();
         const bool isMalformed = dynamic_cast<io::DataFormatException*>(&e) != nullptr && !all.pieces.empty();
         const auto again = resultOf<lang::Exception>([&] { return reader.doRead(); });
-        require(!isMalformed || !again.value_or(false), "nothing is read behind a failure");
+        const bool isSame = !isMalformed || (!again.value_or(false) && pieceOf(reader) == all.pieces.back());
+        require(isSame, "nothing is read behind a failure");
     }
     return all;
 }

@@ -17,20 +17,18 @@
 
 namespace moraine::test {
 
+using namespace text;
+using util::validator::GenericValidator, xml::XMLStringUtil;
+
 TEST(Concurrency, StatelessObjectsServeAllThreadsAndOthersAreIndependent) {
-    struct : text::StringUtil,
-             text::Wildcard,
-             text::EncoderManager,
-             text::DecoderManager,
-             xml::XMLStringUtil,
-             util::validator::GenericValidator {
+    struct : StringUtil, Wildcard, EncoderManager, DecoderManager, XMLStringUtil, GenericValidator {
     } all;
     const TemporaryDirectory directory;
     const auto work = [&](std::size_t i) {
         const WideString text(500, static_cast<WideChar>(u'a' + i % 8)), name = directory.name(WideString(i + 1, u'f'));
         WideString log = *all.string2Reference(u"<&>", 3) + *all.toUpperW(text.data(), 500);
-        const std::unique_ptr<text::IEncoder> encoder(all.getEncoder(u"URL"));
-        const std::unique_ptr<text::IDecoder> decoder(all.getDecoder(encoder->getEncodeName()));
+        const std::unique_ptr<IEncoder> encoder(all.getEncoder(u"URL"));
+        const std::unique_ptr<IDecoder> decoder(all.getDecoder(encoder->getEncodeName()));
         log += *decoder->doDecodeM2W(encoder->doEncodeW2M(text.data(), 500, true)->data(), 500, true);
         io::FileOutputStream file(name.c_str());
         xml::DOM::XMLWriter writer(&file, u"base64", true);

@@ -13,16 +13,10 @@ using lang::IllegalArgumentException, text::StringUtil;
 
 /// Calls an operation on a text in a block of its exact size, so that the sanitizer sees a read behind it, or on a
 /// null pointer if the text is empty.
-template <class Operation, class Unit, class... More>
-auto applied(Operation operation, const std::basic_string<Unit>& text, const More*... more) {
+template <class Operation, class Unit>
+auto applied(Operation operation, const std::basic_string<Unit>& text) {
     const std::vector<Unit> block(text.begin(), text.end());
-    StringUtil util;
-    auto result = (util.*operation)(block.data(), static_cast<unsigned int>(block.size()), more...);
-    if constexpr (std::is_arithmetic_v<decltype(result)>) {
-        return result;
-    } else {
-        return *result;
-    }
+    return *(StringUtil().*operation)(block.data(), static_cast<unsigned int>(block.size()));
 }
 
 // clang-format off

@@ -197,30 +197,5 @@ TEST(XMLReader, StreamsThatMisbehave) {
     expectFailure<lang::IllegalArgumentException>([&] { reader.doRead(); }, u"", {u"moraine::text::UTF8Decoder"});
 }
 
-TEST(XMLReader, ThePieceStaysWhereTheDataEndBehindIt) {
-    // A piece, its form, and how much later text of which kind follows: the buffer moves and grows meanwhile.
-    const std::vector<WideString> cells = cellsOf(3, R"T(
-        <p k='&lt;' m="" >   <p k=< m=~>    \s      te&amp;xt   'te&xt'   <    te&amp;xt\s   'te&xt '    <!--x
-        <!-- &gt; -->        ! >\s         <b c='   </e\s k='&#65;&amp;'>   </e k=A&>   text)T");
-    for (std::size_t i = 0; i < cells.size(); i += 3) {
-        const std::string body = head + "<a><e>" + bytesOf(cells[i]) + bytesOf(cells[i + 2]);
-        for (const std::size_t length : {0U, 100U, 30000U, 100000U}) {
-            std::vector<std::size_t> borders;
-            for (std::size_t at = body.size(); at < body.size() + length; at += 1 + length / 50) {
-                borders.push_back(at);
-            }
-            Source source(body + std::string(length, cells[i + 2] == u" " ? ' ' : 'x'), borders);
-            XMLReader reader(&source);
-            for (int piece = 0; piece < 5; ++piece) {
-                EXPECT_TRUE(reader.doRead());
-            }
-            EXPECT_THROW(reader.doRead(), DataFormatException);
-            EXPECT_EQ(pieceOf(reader), cells[i + 1]) << length;
-            EXPECT_FALSE(reader.doRead());
-            EXPECT_EQ(pieceOf(reader), cells[i + 1]) << length;
-        }
-    }
-}
-
 }  // namespace
 }  // namespace moraine::test
