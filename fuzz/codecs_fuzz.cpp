@@ -134,10 +134,10 @@ void check(Input input) {
     const std::string bytes = input.remaining();
     Input units(bytes);
     const WideString text = units.text(65535);
-    const bool noZero = text.find(u'\0') == WideString::npos;
     const auto decode = [](auto& walk, const char* stop) { scalar::decodeUtf8(walk, stop); };
     const bool hidesNothing = walked<kernels::Utf8Walk>(bytes, bytes.size(), 0, decode).back() < 0;
-    checkCodec<text::UTF8Encoder, text::UTF8Decoder>(bytes, text, noZero, hidesNothing, Input(cuts));
+    checkCodec<text::UTF8Encoder, text::UTF8Decoder>(bytes, text, text.find(u'\0') == text.npos, hidesNothing,
+                                                     Input(cuts));
     // A block may end between padding and the line end behind it.
     checkCodec<text::Base64Encoder, text::Base64Decoder>(bytes, text, false, bytes.find('\r') == std::string::npos,
                                                          Input(cuts));

@@ -25,10 +25,7 @@ public:
         return (high * 256 + next()) % limit;
     }
 
-    /// At most @p most bytes.
     std::string bytes(unsigned int most) { return take(below(most + 1)); }
-
-    /// All that is left.
     std::string remaining() { return take(rest.size()); }
 
     /// At most @p most units, of which ASCII takes one byte and others two.

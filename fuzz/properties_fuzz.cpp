@@ -1,9 +1,7 @@
 #include <map>
 
 #include "blocks.h"
-#include "moraine/io/DataFormatException.h"
 #include "moraine/io/MemoryOutputStream.h"
-#include "moraine/lang/IllegalArgumentException.h"
 #include "moraine/util/PropertyManager.h"
 
 namespace moraine::fuzz {
@@ -17,15 +15,9 @@ std::string written(PropertyManager& properties, const WideChar* encoding = u"UT
     return {sink.getBytes(), sink.getSize()};
 }
 
-bool reads(PropertyManager& properties, const std::string& bytes, const std::string& sizes,
-           const WideChar* encoding) try {
+bool reads(PropertyManager& properties, const std::string& bytes, const std::string& sizes, const WideChar* encoding) {
     Blocks blocks(bytes, sizes);
-    properties.read(&blocks, encoding);
-    return true;
-} catch (io::DataFormatException&) {
-    return false;
-} catch (lang::IllegalArgumentException&) {
-    return false;
+    return resultOf<lang::Exception>([&] { return properties.read(&blocks, encoding), true; }).has_value();
 }
 
 /// A file in blocks, and what was read of it written and read again.

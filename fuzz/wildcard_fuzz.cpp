@@ -49,11 +49,8 @@ WideString outcome(bool (text::Wildcard::*isMatch)(const Unit*, const Unit*), co
 void check(Input input) {
     const std::string bytes = input.remaining(), line = bytes.substr(0, bytes.find('\n'));
     const auto units = [](std::string_view from) {
-        WideString text;
-        for (const char byte : from.substr(0, from.find('\0'))) {
-            text += static_cast<unsigned char>(byte);
-        }
-        return text;
+        const auto chars = exact<unsigned char>(from.substr(0, from.find('\0')));
+        return WideString(chars.begin(), chars.end());
     };
     const WideString pattern = units(std::string_view(line).substr(0, 2000));
     const WideString text = units(std::string_view(bytes).substr(std::min(bytes.size(), line.size() + 1), 2000));
