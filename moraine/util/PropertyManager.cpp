@@ -11,6 +11,7 @@
 #include "moraine/text/EncoderManager.h"
 #include "moraine/text/internal/Scan.h"
 #include "moraine/text/internal/ShortUtf8.h"
+#include "moraine/text/internal/UnitCount.h"
 #include "moraine/text/internal/View.h"
 #include "moraine/text/UnsupportedEncodingException.h"
 #include "moraine/util/internal/PropertyTable.h"
@@ -129,8 +130,8 @@ void PropertyManager::write(io::OutputStream* out, const WideChar* encoding) {
             out->write(bytes.data(), bytes.size());
             return;
         }
-        const OwnedByteString bytes = encoder->doEncodeW2M(piece.data(), static_cast<unsigned int>(piece.size()), last);
-        out->write(bytes->data(), static_cast<unsigned int>(bytes->size()));
+        const OwnedByteString bytes = encoder->doEncodeW2M(piece.data(), text::unitCount(piece.size()), last);
+        out->write(bytes->data(), text::unitCount(bytes->size()));
     };
     WideString line;
     table->forEach([&](std::u16string_view name, std::u16string_view value) {

@@ -64,6 +64,7 @@ public:
     /// its end.
     /// @throws text::UnsupportedEncodingException if the encoding is not known
     /// @throws lang::IllegalArgumentException if @p encoding is null
+    /// @throws std::length_error if a line has 2^32 units, or bytes, or more; those in front of it are written
     ///
     /// What the stream throws, and `std::bad_alloc`, passes through. The counts that its `write` gives are not looked
     /// at.

@@ -8,6 +8,7 @@
 #include "moraine/lang/IllegalStateException.h"
 #include "moraine/lang/internal/Raise.h"
 #include "moraine/platform/LoggerMutex.h"
+#include "moraine/text/internal/UnitCount.h"
 #include "moraine/util/log/internal/Timestamp.h"
 
 namespace moraine::util::log {
@@ -54,9 +55,8 @@ void ILogger::doWriteLog(const WideChar* message) {
     line.reserve(timestampLength + 1 + messageLength + 2);
     line.append(timestamp, timestampLength).append(1, u' ').append(message, messageLength).append(u"\r\n", 2);
     try {
-        const auto length = static_cast<unsigned int>(line.size());
-        const OwnedByteString bytes = encoder.doEncodeW2M(line.data(), length, true);
-        stream.write(bytes->data(), static_cast<unsigned int>(bytes->size()));
+        const OwnedByteString bytes = encoder.doEncodeW2M(line.data(), text::unitCount(line.size()), true);
+        stream.write(bytes->data(), text::unitCount(bytes->size()));
         stream.flush();
     } catch (lang::IllegalArgumentException& e) {
         lang::passOn(e, getClassName());

@@ -50,6 +50,7 @@ public:
     /// @throws lang::IllegalStateException "Output path is NULL." if no path was set
     /// @throws io::FileNotFoundException, io::IOException if the file cannot be opened, on the terms of
     ///         `io::FileOutputStream::setFileName`; the next `write` tries again
+    /// @throws std::length_error if the line would have 2^32 units, or bytes in UTF-8, or more; nothing is written
     ///
     /// What `doWriteLog` throws, and `std::bad_alloc`, passes through; the lock is freed in every case.
     virtual void write(const WideChar* message);

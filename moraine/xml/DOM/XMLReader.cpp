@@ -12,15 +12,16 @@
 #include "moraine/lang/UnsupportedOperationException.h"
 #include "moraine/text/DecoderManager.h"
 #include "moraine/text/internal/Scan.h"
+#include "moraine/text/internal/UnitCount.h"
 #include "moraine/text/UnsupportedEncodingException.h"
 #include "moraine/xml/DOM/Attr.h"
 #include "moraine/xml/internal/References.h"
-#include "moraine/xml/internal/UnitCount.h"
 
 namespace moraine::xml::DOM {
 namespace {
 
 using lang::message;
+using text::unitCount;
 
 /// The offset in the data of the first byte behind "<?xml" and a white-space.
 constexpr std::size_t declarationStart = 6;

@@ -8,15 +8,17 @@
 #include "moraine/lang/internal/Raise.h"
 #include "moraine/text/EncoderManager.h"
 #include "moraine/text/internal/Scan.h"
+#include "moraine/text/internal/UnitCount.h"
 #include "moraine/text/UnsupportedEncodingException.h"
 #include "moraine/text/UTF8Decoder.h"
 #include "moraine/xml/DOM/Declaration.h"
 #include "moraine/xml/internal/TextForms.h"
-#include "moraine/xml/internal/UnitCount.h"
 #include "moraine/xml/internal/Utf8Buffer.h"
 
 namespace moraine::xml::DOM {
 namespace {
+
+using text::unitCount;
 
 /// From so many attributes on their names are looked up instead of compared one by one.
 constexpr unsigned int manyAttributes = 16;
