@@ -323,39 +323,50 @@ WideString wide(const std::string& text) {
 
 // XML: nesting.
 
-Cost readNested(std::size_t depth) {
-    Source source({{prolog, 1}, {"<n>", depth}, {"</n>", depth}});
+/// Reads a document of as many pieces.
+Cost readPieces(std::vector<std::pair<std::string, std::size_t>> document, std::size_t number) {
+    Source source(std::move(document));
     const Meter meter;
-    std::size_t starts = 0;
     std::size_t pieces = 0;
     {
         xml::DOM::XMLReader reader(&source);
         while (reader.doRead()) {
             ++pieces;
-            starts += reader.isStartElement() ? 1 : 0;
         }
     }
     const Cost cost = meter.cost();
-    REQUIRE(starts == depth && pieces == 2 * depth + 2);
+    REQUIRE(pieces == number);
     return cost;
 }
 
-Cost writeNested(std::size_t depth) {
+/// Writes a document; behind its declaration it has so many bytes and ends so.
+template <class Write>
+Cost writeDocument(std::size_t bytes, const std::string& end, Write write) {
     Sink sink;
     const Meter meter;
     {
         xml::DOM::XMLWriter writer(&sink, u"utf-8", false);
+        write(writer);
+        writer.close();
+    }
+    const Cost cost = meter.cost();
+    REQUIRE(sink.total - prologSize == bytes && sink.endsWith(end));
+    return cost;
+}
+
+Cost readNested(std::size_t depth) {
+    return readPieces({{prolog, 1}, {"<n>", depth}, {"</n>", depth}}, 2 * depth + 2);
+}
+
+Cost writeNested(std::size_t depth) {
+    return writeDocument((depth - 1) * 7 + 4, "</n>", [&](auto& writer) {
         for (std::size_t i = 0; i < depth; ++i) {
             writer.writeStartElement(u"n");
         }
         for (std::size_t i = 0; i < depth; ++i) {
             writer.writeEndElement();
         }
-        writer.close();
-    }
-    const Cost cost = meter.cost();
-    REQUIRE(sink.total - prologSize == (depth - 1) * 7 + 4 && sink.endsWith("</n>"));
-    return cost;
+    });
 }
 
 std::size_t ended = 0;
@@ -386,32 +397,18 @@ Cost nestNodes(std::size_t depth) {
 // XML: siblings.
 
 Cost readSiblings(std::size_t count) {
-    Source source({{prolog + "<r>", 1}, {"<n/>", count}, {"</r>", 1}});
-    const Meter meter;
-    xml::DOM::XMLReader reader(&source);
-    std::size_t pieces = 0;
-    while (reader.doRead()) {
-        ++pieces;
-    }
-    const Cost cost = meter.cost();
-    REQUIRE(pieces == count + 4);
-    return cost;
+    return readPieces({{prolog + "<r>", 1}, {"<n/>", count}, {"</r>", 1}}, count + 4);
 }
 
 Cost writeSiblings(std::size_t count) {
-    Sink sink;
-    const Meter meter;
-    xml::DOM::XMLWriter writer(&sink, u"utf-8", false);
-    writer.writeStartElement(u"r");
-    for (std::size_t i = 0; i < count; ++i) {
-        writer.writeStartElement(u"n");
+    return writeDocument(7 + 4 * count, "<n/></r>", [&](auto& writer) {
+        writer.writeStartElement(u"r");
+        for (std::size_t i = 0; i < count; ++i) {
+            writer.writeStartElement(u"n");
+            writer.writeEndElement();
+        }
         writer.writeEndElement();
-    }
-    writer.writeEndElement();
-    writer.close();
-    const Cost cost = meter.cost();
-    REQUIRE(sink.total - prologSize == 7 + 4 * count && sink.endsWith("<n/></r>"));
-    return cost;
+    });
 }
 
 Cost nodeSiblings(std::size_t count) {
@@ -484,63 +481,32 @@ Cost readName(std::size_t length) {
 
 /// White-space, which is dropped.
 Cost readBlanks(std::size_t length) {
-    Source source({{prolog + "<a>", 1}, {std::string(4096, ' '), length / 4096}, {"<b/></a>", 1}});
-    const Meter meter;
-    xml::DOM::XMLReader reader(&source);
-    std::size_t pieces = 0;
-    while (reader.doRead()) {
-        ++pieces;
-    }
-    const Cost cost = meter.cost();
-    REQUIRE(pieces == 5);
-    return cost;
+    return readPieces({{prolog + "<a>", 1}, {std::string(4096, ' '), length / 4096}, {"<b/></a>", 1}}, 5);
 }
 
 /// Ordinary pieces, more than 4 GiB of them.
 Cost readLongDocument(std::size_t bytes) {
     const std::string record = "<!--" + filler('a') + "-->\r\n<t>" + filler('a') + "</t>";
-    Source source({{prolog + "<a>", 1}, {record, bytes / record.size() + 1}, {"</a>", 1}});
-    const Meter meter;
-    xml::DOM::XMLReader reader(&source);
-    std::size_t pieces = 0;
-    while (reader.doRead()) {
-        ++pieces;
-    }
-    const Cost cost = meter.cost();
-    REQUIRE(pieces == 4 * (bytes / record.size() + 1) + 4);
-    return cost;
+    const std::size_t count = bytes / record.size() + 1;
+    return readPieces({{prolog + "<a>", 1}, {record, count}, {"</a>", 1}}, 4 * count + 4);
 }
 
 Cost writeText(std::size_t length) {
     const WideString text(length, u't');
-    Sink sink;
-    const Meter meter;
-    {
-        xml::DOM::XMLWriter writer(&sink, u"utf-8", false);
+    return writeDocument(length + 7, "ttt</a>", [&](auto& writer) {
         writer.writeStartElement(u"a");
         writer.writeText(text.c_str());
         writer.writeEndElement();
-        writer.close();
-    }
-    const Cost cost = meter.cost();
-    REQUIRE(sink.total - prologSize == length + 7 && sink.endsWith("ttt</a>"));
-    return cost;
+    });
 }
 
 Cost writeAttributeValue(std::size_t length) {
     const WideString value(length, u'v');
-    Sink sink;
-    const Meter meter;
-    {
-        xml::DOM::XMLWriter writer(&sink, u"utf-8", false);
+    return writeDocument(length + 9, "vvv\"/>", [&](auto& writer) {
         writer.writeStartElement(u"a");
         writer.writeAttribute(u"b", value.c_str());
         writer.writeEndElement();
-        writer.close();
-    }
-    const Cost cost = meter.cost();
-    REQUIRE(sink.total - prologSize == length + 9 && sink.endsWith("vvv\"/>"));
-    return cost;
+    });
 }
 
 /// A text that is one unit too long. The same pages, again and again, are its memory.
@@ -600,20 +566,13 @@ WideString numbered(std::size_t number) {
 
 /// Every name another one, since the writer refuses a second one.
 Cost writeAttributes(std::size_t count) {
-    Sink sink;
-    const Meter meter;
-    {
-        xml::DOM::XMLWriter writer(&sink, u"utf-8", false);
+    return writeDocument(4 + 17 * count, "=\"value\"/>", [&](auto& writer) {
         writer.writeStartElement(u"a");
         for (std::size_t i = 0; i < count; ++i) {
             writer.writeAttribute(numbered(i * 7919 % count).c_str(), u"value");
         }
         writer.writeEndElement();
-        writer.close();
-    }
-    const Cost cost = meter.cost();
-    REQUIRE(sink.total - prologSize == 4 + 17 * count && sink.endsWith("=\"value\"/>"));
-    return cost;
+    });
 }
 
 // Files and memory.

@@ -48,7 +48,7 @@ std::optional<Made> converted(std::unique_ptr<Made> (Codec::*operation)(const Un
 template <class Encoder, class Decoder>
 void checkCodec(const std::string& bytes, const WideString& text, bool wide, bool comparable, const Input& cuts) {
     const auto inPieces = [&](auto operation, const auto& input, bool same) {
-        const auto made = converted(operation, input, cuts);
+        auto made = converted(operation, input, cuts);
         require(!same || made == converted(operation, input, Input("")), "the same in pieces");
         return made;
     };
@@ -136,7 +136,7 @@ void check(Input input) {
     const WideString text = units.text(65535);
     const auto decode = [](auto& walk, const char* stop) { scalar::decodeUtf8(walk, stop); };
     const bool hidesNothing = walked<kernels::Utf8Walk>(bytes, bytes.size(), 0, decode).back() < 0;
-    checkCodec<text::UTF8Encoder, text::UTF8Decoder>(bytes, text, text.find(u'\0') == text.npos, hidesNothing,
+    checkCodec<text::UTF8Encoder, text::UTF8Decoder>(bytes, text, text.find(u'\0') == WideString::npos, hidesNothing,
                                                      Input(cuts));
     // A block may end between padding and the line end behind it.
     checkCodec<text::Base64Encoder, text::Base64Decoder>(bytes, text, false, bytes.find('\r') == std::string::npos,

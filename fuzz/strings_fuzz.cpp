@@ -3,6 +3,7 @@
 
 #include "input.h"
 #include "moraine/lang/IllegalArgumentException.h"
+#include "moraine/text/internal/View.h"
 #include "moraine/text/StringUtil.h"
 #include "moraine/xml/XMLStringUtil.h"
 
@@ -20,10 +21,9 @@ auto applied(Operation(Class::*operation), const Text& text, const More&... more
 
 template <class Text>
 Text replaced(Text text, const Text& search, const Text& replacement) {
-    const std::size_t length = Text(search.c_str()).size();
-    for (std::size_t at = 0; length > 0 && (at = text.find(search.c_str(), at)) != Text::npos;) {
-        text.replace(at, length, replacement.c_str());
-        at += Text(replacement.c_str()).size();
+    const auto old = text::view(search.c_str()), fresh = text::view(replacement.c_str());
+    for (std::size_t at = 0; !old.empty() && (at = text.find(old, at)) != Text::npos; at += fresh.size()) {
+        text.replace(at, old.size(), fresh);
     }
     return text;
 }
@@ -42,8 +42,9 @@ std::optional<std::uint32_t> hexadecimal(const Text& text, std::string_view lett
     std::uint32_t number = 0;
     for (const auto unit : text) {
         const bool isDigit = '0' <= unit && unit <= '9';
-        const std::size_t letter = unit > 0 && unit < 128 ? letters.find(static_cast<char>(unit)) : letters.npos;
-        if (!isDigit && letter == letters.npos) {
+        const std::size_t letter =
+            unit > 0 && unit < 128 ? letters.find(static_cast<char>(unit)) : std::string_view::npos;
+        if (!isDigit && letter == std::string_view::npos) {
             return std::nullopt;
         }
         number = number * 16 + static_cast<std::uint32_t>(isDigit ? unit - '0' : 10 + static_cast<int>(letter % 6));
@@ -86,7 +87,7 @@ std::optional<WideChar> unitOf(const std::string& digits) {
 }
 
 WideString numbersResolved(const WideString& text) {
-    const WideString searched = text.c_str();
+    const WideString searched = text.substr(0, text.find(u'\0'));
     WideString result;
     for (std::size_t at = 0;;) {
         const std::size_t begin = searched.find(u"&#", at);

@@ -31,7 +31,7 @@ const std::string zeroLeads("\0\xC0\xE0\xF0\xF1\xF2\xF3\xF4\xF5\xF6\xF7", 11);
 void check(Input input) {
     const std::string all = input.remaining(), sizes = all.substr(0, all.find('\n'));
     const std::string document = all.substr(std::min(all.size(), sizes.size() + 1));
-    const std::size_t mark = document.find("?>"), declaration = mark == document.npos ? document.size() : mark + 2;
+    const std::size_t mark = document.find("?>"), declaration = mark == std::string::npos ? document.size() : mark + 2;
     const std::size_t first = std::max<std::size_t>(declaration, 9);  // any shorter one is refused
     Blocks blocks(document, sizes, first), again(document, sizes, first), whole(document, "");
     const Reading cut = readAll(blocks), uncut = readAll(whole);
