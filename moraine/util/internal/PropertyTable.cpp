@@ -1,15 +1,17 @@
 #include "moraine/util/internal/PropertyTable.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
+#include <random>
 
 namespace moraine::util {
 namespace {
 
 /// A number that each bit of @p value has a part in: both halves of a product.
-std::uint64_t mixed(std::uint64_t value) noexcept {
+std::uint64_t mixed(std::uint64_t value, std::uint64_t factor) noexcept {
     __extension__ using Product = unsigned __int128;
-    const Product product = static_cast<Product>(value) * 0x9E3779B97F4A7C15U;
+    const Product product = static_cast<Product>(value) * factor;
     return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
 }
 
@@ -23,6 +25,24 @@ std::uint64_t packed(const WideChar* units) noexcept {
 }
 
 }  // namespace
+
+/// Two numbers by chance, the same throughout a process: where they are not known, no file can be made to hold names of
+/// one hash.
+PropertyTable::HashKeys PropertyTable::hashKeys() noexcept {
+    static const HashKeys drawn = []() noexcept -> HashKeys {
+        try {
+            std::random_device device;
+            const auto number = [&] { return std::uint64_t{device()} << 32 | device(); };
+            const std::uint64_t seed = number();
+            return {seed, number() | 1};
+        } catch (...) {
+            // A system without a source of chance has a clock.
+            const auto now = std::chrono::high_resolution_clock::now().time_since_epoch().count();
+            return {static_cast<std::uint64_t>(now), 0x9E3779B97F4A7C15U};
+        }
+    }();
+    return drawn;
+}
 
 PropertyTable::PropertyTable(const PropertyTable& other) {
     for (const Entry& entry : other.entries) {
@@ -78,20 +98,20 @@ void PropertyTable::remove(std::u16string_view name) noexcept {
 }
 
 std::uint64_t PropertyTable::hashOf(std::u16string_view name) const noexcept {
-    std::uint64_t hash = seed ^ name.size();
+    std::uint64_t hash = keys.seed ^ name.size();
     if (name.size() < step) {
         std::uint64_t part = 0;
         for (const WideChar unit : name) {
             part = part << 8 ^ unit;
         }
-        return mixed(hash ^ part);
+        return mixed(hash ^ part, keys.factor);
     }
     // The last step takes the end of the name, with what the step in front of it may have taken already.
     const WideChar* const last = name.data() + name.size() - step;
     for (const WideChar* at = name.data(); at < last; at += step) {
-        hash = mixed(hash ^ packed(at));
+        hash = mixed(hash ^ packed(at), keys.factor);
     }
-    return mixed(hash ^ packed(last));
+    return mixed(hash ^ packed(last), keys.factor);
 }
 
 /// The slot of a name's entry, or the one where it goes.

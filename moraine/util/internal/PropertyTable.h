@@ -49,6 +49,13 @@ private:
         std::u16string_view value() const noexcept { return {text.get() + nameLength, valueLength}; }
     };
 
+    /// What hashes are made with.
+    struct HashKeys {
+        std::uint64_t seed;
+        std::uint64_t factor;  // odd
+    };
+
+    static HashKeys hashKeys() noexcept;
     std::uint64_t hashOf(std::u16string_view name) const noexcept;
     std::size_t slotOf(std::u16string_view name, std::uint64_t hash) const noexcept;
     void grow();
@@ -59,10 +66,9 @@ private:
     std::vector<Entry> entries;  // with those that were removed
     std::size_t removed = 0;
     bool inOrder = true;  // the entries are
-    std::vector<std::uint32_t>
-        slots;  // 0, or index + 1 of an entry that is there; a power of two of them, at least half of them 0
-    // No file can be made to hold names of one hash where the seed is not known.
-    std::uint64_t seed = reinterpret_cast<std::uintptr_t>(this);
+    // 0, or index + 1 of an entry that is there; a power of two of them, at least half of them 0.
+    std::vector<std::uint32_t> slots;
+    HashKeys keys = hashKeys();
 };
 
 }  // namespace moraine::util
