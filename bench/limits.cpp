@@ -41,6 +41,7 @@
 #include <moraine/xml/DOM/Text.h>
 #include <moraine/xml/DOM/XMLReader.h>
 #include <moraine/xml/DOM/XMLWriter.h>
+#include <moraine/xml/XMLStringUtil.h>
 
 namespace {
 
@@ -539,6 +540,21 @@ Cost refuseText(std::size_t length) {
     return cost;
 }
 
+/// Beginnings of references that never become one.
+Cost resolveReferences(std::size_t length) {
+    const Meter meter;
+    for (const WideChar* const piece : {u"&#", u"&", u"&amp", u"&#&lt", u"&#x", u"&#0"}) {
+        WideString text;
+        while (text.size() < length) {
+            text += piece;
+        }
+        text.resize(length);
+        const auto resolved = xml::XMLStringUtil().reference2String(text.data(), static_cast<unsigned int>(length));
+        REQUIRE(*resolved == text);
+    }
+    return meter.cost();
+}
+
 // XML: attributes.
 
 Cost readAttributes(std::size_t count) {
@@ -727,6 +743,21 @@ Cost gatherBytes(std::size_t size) {
     const Cost cost = meter.cost();
     REQUIRE(stream.getSize() == size &&
             std::memcmp(stream.getBytes() + size / 4096 * 4096 - 4096, block.data(), 4096) == 0);
+    return cost;
+}
+
+/// Pieces of 64 bytes, half of each read before the next one comes.
+Cost addPieces(std::size_t count) {
+    const std::string piece = filler('a').substr(0, 64);
+    const Meter meter;
+    io::MemoryInputStream stream;
+    char half[32];
+    for (std::size_t i = 0; i < count; ++i) {
+        stream.addBytes(piece.data(), 64);
+        REQUIRE(stream.read(half, sizeof half) == sizeof half);
+    }
+    const Cost cost = meter.cost();
+    REQUIRE(stream.getSize() == 32 * (count - 1) + 64);
     return cost;
 }
 
@@ -987,6 +1018,7 @@ int main(int count, char** arguments) {
     if (!quick) {
         row("Writer: a text that is too long", 4 * gibibyte, "units", refuseText);
     }
+    rows("Reference beginnings, of six kinds", {mebibyte, 64 * mebibyte}, "units", resolveReferences, 10);
     rows("Reader: texts and comments of 4 KiB", {mebibyte, 4 * gibibyte + gibibyte / 4}, "bytes", readLongDocument);
     rows("Reader: attributes of one tag", {1000, 1'000'000, 10'000'000}, "attributes", readAttributes, 200);
     rows("Writer: attributes of one tag", {1000, 10'000, 100'000, 1'000'000}, "attributes", writeAttributes, 300);
@@ -995,6 +1027,8 @@ int main(int count, char** arguments) {
     rows("File read: skip to the end and back", {5 * gibibyte}, "bytes", skipInFile);
     rows("File written: skip to the end and back", {5 * gibibyte}, "bytes", writeFarInFile);
     rows("File read: all of it", {gibibyte / 8, gibibyte}, "bytes", readFile);
+    rows("Memory read while 64 bytes are added again and again", {1000, 1'000'000, 10'000'000}, "pieces", addPieces,
+         100);
     rows("Memory written by 4 KiB", {mebibyte, 64 * mebibyte, gibibyte - mebibyte}, "bytes", gatherBytes, 3);
     if (!quick) {
         row("Memory written, and one byte more", 4 * gibibyte - 1, "bytes", fillMemory, 8 * gibibyte);

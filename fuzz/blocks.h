@@ -8,8 +8,7 @@
 
 namespace moraine::fuzz {
 
-/// Bytes in blocks whose sizes, a char each, come round again and again; without sizes in one block. The first block
-/// has
+/// Bytes in blocks whose sizes, a char each, come round again and again; without sizes in one block. The first one has
 /// @p first bytes at least.
 class Blocks : public io::MemoryInputStream {
 public:

@@ -57,10 +57,10 @@ void check(Input input) {
     const WideString expected = modelOutcome(text, pattern);
     require(outcome(&text::Wildcard::isMatch, text, pattern) == expected, "as the plain model says");
     require(outcome(&text::Wildcard::isMatchW, text, pattern) == expected, "and so for 16 bits");
-    // Units that have one of their bytes in common.
+    // Units that have one of their bytes in common, also with digits.
     const auto widened = [](WideString source) {
         std::for_each(source.begin(), source.end(), [](WideChar& unit) {
-            unit = static_cast<WideChar>(unit < 0x80 ? unit : (1 + (unit >> 3) % 8) * 0x100 + unit % 8);
+            unit = static_cast<WideChar>(unit < 0x80 ? unit : (1 + (unit >> 3) % 8) * 0x100 + u'0' + unit % 8);
         });
         return source;
     };

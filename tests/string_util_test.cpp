@@ -4,6 +4,7 @@
 
 #include "moraine/lang/IllegalArgumentException.h"
 #include "moraine/text/StringUtil.h"
+#include "moraine/text/Wildcard.h"
 
 namespace moraine::test {
 namespace {
@@ -20,10 +21,12 @@ auto applied(Operation operation, const std::basic_string<Unit>& text) {
 }
 
 // clang-format off
-TEST(StringUtil, DigitsThatAreRefused) {
-    const std::vector<WideString> layers = {u"moraine::text::StringUtil"};
+TEST(StringUtil, RefusalsNameTheirClass) {
+    using text::Wildcard;
+    const std::vector<WideString> layers = {u"moraine::text::StringUtil"}, inWildcard = {u"moraine::text::Wildcard"};
     expectFailure<IllegalArgumentException>([] { StringUtil().fromHexString("a", 1); }, u"", layers);
     expectFailure<IllegalArgumentException>([] { StringUtil().fromHexStringW(u"a", 1); }, u"", layers);
+    expectFailure<IllegalArgumentException>([] { Wildcard().isMatch("a", "**"); }, u"Invalid pattern. : 1", inWildcard);
 }
 
 TEST(StringUtil, CaseAndMultibyteTextByTheLocale) {

@@ -4,7 +4,6 @@
 
 #include "moraine/text/UnsupportedEncodingException.h"
 #include "moraine/xml/DOM/XMLWriter.h"
-#include "moraine/xml/XMLStringUtil.h"
 
 namespace moraine::test {
 namespace {
@@ -149,17 +148,6 @@ TEST(XMLWriter, ClosesOnce) {
     XMLWriter writer(&sink, u"BASE64", false);
     run(writer, "<aa|>|.");
     EXPECT_EQ(sink.joined(""), "PD94bWwgdmVyc2lvbj0iMS4wIiBlbmNvZGluZz0iQkFTRTY0IiBzdGFuZGFsb25lPSJ5ZXMiPz48YWEvPg==");
-}
-
-TEST(References, HostileTextTakesLinearTime) {
-    for (const WideChar* const piece : {u"&#", u"&", u"&amp", u"&#&lt", u"&#x", u"&#0"}) {
-        WideString text;
-        while (text.size() < 400000) {
-            text += piece;
-        }
-        const auto resolved = xml::XMLStringUtil().reference2String(text.data(), 400000);
-        EXPECT_EQ(*resolved, text.substr(0, 400000));
-    }
 }
 
 }  // namespace

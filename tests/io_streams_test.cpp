@@ -10,6 +10,7 @@
 #include "moraine/io/FileInputStream.h"
 #include "moraine/io/FileNotFoundException.h"
 #include "moraine/io/FileOutputStream.h"
+#include "moraine/io/MemoryInputStream.h"
 #include "moraine/lang/IllegalArgumentException.h"
 
 namespace moraine::test {
@@ -22,7 +23,7 @@ const WideString range = u"The range of the file was exceeded. : ";
 const std::vector<WideString> inClass = {u"moraine::io::FileInputStream"},
                               outClass = {u"moraine::io::FileOutputStream"};
 
-std::string readAll(FileInputStream& stream) {
+std::string readAll(io::InputStream& stream) {
     std::string bytes(99999, '#');
     bytes.resize(stream.read(bytes.data(), 99999));
     return bytes;
@@ -124,7 +125,7 @@ TEST_F(FileStreams, NamesReachTheSystemAsUtf8WithForwardSlashesInAnyLocale) {
     }
 }
 
-TEST_F(FileStreams, MovesStayInsideTheFileAndRefusedOnesChangeNothing) {
+TEST_F(FileStreams, MovesStayInsideAndRefusedOnesChangeNothing) {
     // The size, the position, the move, and how the refusal ends if there is one.
     // clang-format off
     const std::tuple<std::size_t, std::size_t, long, WideString> rows[] = {
@@ -138,19 +139,28 @@ TEST_F(FileStreams, MovesStayInsideTheFileAndRefusedOnesChangeNothing) {
         std::generate(content.begin(), content.end(), [i = 0]() mutable { return static_cast<char>(i++ % 251); });
         makeFile(directory.path("in"), content);
         FileInputStream in(directory.name(u"in").c_str());
+        io::MemoryInputStream memory;
+        memory.setBytes(content.data(), static_cast<long>(size));
         FileOutputStream out(directory.name(u"out").c_str());
         out.write(content.data(), static_cast<unsigned int>(size));  // still in the buffer when the stream moves
         in.skip(static_cast<long>(position));
+        memory.skip(static_cast<long>(position));
         out.skip(static_cast<long>(position) - static_cast<long>(size));
         if (refusal.empty()) {
             in.skip(count);
+            memory.skip(count);
             out.skip(count);
             position += static_cast<std::size_t>(count);
         } else {
             expectFailure<IOException>([&, by = count] { in.skip(by); }, range + refusal, inClass);
             expectFailure<IOException>([&, by = count] { out.skip(by); }, range + refusal, outClass);
+            const WideString data = u"The range of the data was exceeded. : ";
+            expectFailure<IOException>([&, by = count] { memory.skip(by); }, (count < 0 ? data : range) + refusal,
+                                       {u"moraine::io::MemoryInputStream"});
         }
+        memory.close();
         EXPECT_EQ(readAll(in), content.substr(position));
+        EXPECT_EQ(readAll(memory), content.substr(position));
         EXPECT_EQ(out.write("!?", 2), 2U);
         out.close();
         EXPECT_EQ(contentOf(directory.path("out")), content.replace(position, 2, "!?"));
