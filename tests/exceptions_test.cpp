@@ -13,8 +13,7 @@
 namespace moraine::test {
 namespace {
 
-using io::IOException;
-using lang::Exception;
+using io::IOException, lang::Exception;
 
 template <class E, class Base>
 void checkMember(const WideString& name) {

@@ -51,17 +51,30 @@ namespace {
 
 using namespace io; using namespace xml::DOM;
 using util::PropertyManager, util::log::ILogger;
-using Action = std::function<void()>;
+using Action = std::function<void()>; using State = std::function<std::string()>;
+
+// clang-format on
+struct Armed {
+    Armed() { injection.armed = true; }
+    ~Armed() { injection.armed = false; }
+};
 
 /// Carries out an action with the injection. Without memory the state stays, and the action is possible afterwards.
-void tried(const Action& action, const std::function<std::string()>& state = [] { return ""; }) {
+void tried(
+    const Action& action, const State& state = [] { return ""; }) {
     const std::string before = state();
-    injection.armed = true;
-    try { action(), injection.armed = false; } catch (const std::bad_alloc&) {
-        injection.armed = false; EXPECT_EQ(state(), before);
-        try { action(); } catch (const lang::Exception&) {}
-        EXPECT_TRUE(before.empty() || state() != before); throw;
-    } catch (...) { injection.armed = false; throw; }
+    try {
+        const Armed armed;
+        action();
+    } catch (const std::bad_alloc&) {
+        EXPECT_EQ(state(), before);
+        try {
+            action();
+        } catch (const lang::Exception&) {  // its own failure
+        }
+        EXPECT_TRUE(before.empty() || state() != before);
+        throw;
+    }
 }
 
 /// Lets the first allocation in what is tried fail, then the second, until none does; then again, with all behind it
@@ -71,16 +84,22 @@ void everyAllocationFails(const Action& run, long row = 0, bool fromC = false) {
         injection.count = 0;
         for (long wanted = 1; injection.count >= wanted - 1; ++wanted) {
             SCOPED_TRACE(::testing::Message() << "row " << row << ", allocation " << wanted);
-            const long live = injection.live; bool told = false;
+            const long live = injection.live;
+            bool told = false;
             injection = {wanted, 0, live, lasting, fromC, false};
-            try { run(); } catch (const std::bad_alloc& e) { told = typeid(e) == typeid(std::bad_alloc); }
-            catch (const lang::Exception&) {}  // the action's own failure
+            try {
+                run();
+            } catch (const std::bad_alloc& e) {
+                told = typeid(e) == typeid(std::bad_alloc);
+            } catch (const lang::Exception&) {  // the action's own failure
+            }
             ASSERT_TRUE(told == (injection.count >= wanted) && (told || wanted > 1) && injection.live == live);
         }
     }
     injection = {0, 0, injection.live, false, false, false};
 }
 
+// clang-format off
 const std::string head = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>";
 const WideString longer(40, u'L');  // than what a string holds in itself
 

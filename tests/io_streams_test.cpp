@@ -92,9 +92,8 @@ TEST_F(FileStreams, NamesThatAreRefused) {
     }
     expectFailure<FileNotFoundException>([] { FileInputStream in(u""); }, u"File not found. : ",
                                          {inClass[0], inClass[0]});
-    expectFailure<lang::IllegalArgumentException>([] { FileInputStream in(nullptr); }, u"", {inClass[0], inClass[0]});
-    expectFailure<lang::IllegalArgumentException>([] { FileOutputStream out(nullptr); }, u"",
-                                                  {outClass[0], outClass[0]});
+    expectFailure<IllegalArgumentException>([] { FileInputStream in(nullptr); }, u"", {inClass[0], inClass[0]});
+    expectFailure<IllegalArgumentException>([] { FileOutputStream out(nullptr); }, u"", {outClass[0], outClass[0]});
     expectRefusal<FileInputStream, IOException>(directory.name(u""), u"This file is directoy. : ", inClass, true);
     expectRefusal<FileOutputStream, FileNotFoundException>(directory.name(u""), u"", outClass);
     EXPECT_TRUE(std::filesystem::is_empty(directory.root)) << "a file was made";

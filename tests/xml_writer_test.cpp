@@ -9,8 +9,7 @@ namespace moraine::test {
 namespace {
 
 using namespace std::string_literals;
-using io::DataFormatException;
-using xml::DOM::XMLWriter;
+using io::DataFormatException, xml::DOM::XMLWriter;
 
 /// Carries out calls, with "|" between them: `<name`, `@name=value`, `'text`, `!comment`, `>` for an end, `.` for
 /// close.
