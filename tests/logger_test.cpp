@@ -228,6 +228,13 @@ TEST_F(Logger, AForkedChildHasNoPartInTheLock) {
     EXPECT_TRUE(end == 0 && contentOf(directory.path("p")).size() == 22 + 27);
 }
 
+TEST_F(Logger, AForkDoesNotWaitForEverForALineThatIsWritten) {
+    std::thread other([&] { Probe(directory.name(u"o"), [&] { shared[2] = 1, await(2); }).write(u""); });
+    await(1);
+    EXPECT_EQ(endOf(start([&] { shared[2] = 2, write(u"c"); })), 0);
+    other.join();
+}
+
 TEST_F(Logger, DescriptorsEndWithTheirThreads) {
     struct Last {  // logs when its thread ends, behind whatever the thread made later
         ~Last() { logger->write(u"last"); }

@@ -18,15 +18,11 @@ using namespace std::string_literals;
 using namespace xml::DOM;
 using lang::ArrayIndexOutBoundsException;
 
-unsigned int sizeOf(const WideString& text) {
-    return static_cast<unsigned int>(text.size());
-}
-
 template <class Kind>
 Kind* make(const WideString& name = u"", const WideString& value = u"") {
     auto node = std::make_unique<Kind>();
-    node->setLocalName(name.data(), sizeOf(name));
-    node->setValue(value.data(), sizeOf(value));
+    node->setLocalName(name.data(), static_cast<unsigned int>(name.size()));
+    node->setValue(value.data(), static_cast<unsigned int>(value.size()));
     return node.release();
 }
 

@@ -1,8 +1,10 @@
 #include "moraine/platform/LoggerMutex.h"
 
 #include <cerrno>
+#include <chrono>
 #include <ctime>
 #include <mutex>
+#include <new>
 
 #include <fcntl.h>
 #include <pthread.h>
@@ -39,7 +41,7 @@ struct Registry {
     Holding* first = nullptr;
     // Held with the lock, and where the lock cannot be had: what threads do behind each other is ordered by it, which a
     // lock on a file does not promise.
-    std::mutex inside;
+    std::timed_mutex inside;
 };
 
 Registry& registry() noexcept {
@@ -58,19 +60,20 @@ void giveUp(Holding& holding) noexcept {
     holding.descriptor = none;
 }
 
-/// Waits for the line that another thread is writing: a child would find its logger in the middle of it, write the same
-/// line again from the file's buffer, and never get a lock that the other thread had inside. The forking thread has
-/// `inside` afterwards, if it did not have it before.
+/// Waits for the line that another thread is writing, since a child would find its logger in the middle of it and write
+/// the same line again from the file's buffer. But not for ever: the other thread may wait for this one, or for a
+/// child. Meanwhile this thread counts as one that has the lock, so that handlers of others may log.
 void beforeFork() {
-    if (own.depth == 0) {
-        registry().inside.lock();
+    const auto patience = std::chrono::system_clock::now() + std::chrono::seconds(1);
+    if (own.depth > 0 || registry().inside.try_lock_until(patience)) {
+        ++own.depth;
     }
     registry().mutex.lock();
 }
 
 void afterForkInParent() {
     registry().mutex.unlock();
-    if (own.depth == 0) {
+    if (own.depth > 0 && --own.depth == 0) {
         registry().inside.unlock();
     }
 }
@@ -82,13 +85,17 @@ void afterForkInChild() {
         holding->depth = 0;
     }
     registry().first = nullptr;
+    if (own.depth > 0) {
+        registry().inside.unlock();
+    } else {
+        new (&registry().inside) std::timed_mutex;  // whoever has it is not here
+    }
     own.depth = 0;  // it may have the lock without a descriptor
     registry().mutex.unlock();
-    registry().inside.unlock();
 }
 
-/// Known before any thread can log: a child forked while another thread is at it would wait for that forever. Not done
-/// yet, it counts as done well.
+/// Registered when the library is loaded. A static in a function has a guard, and a child forked while another thread
+/// is in there would wait at it for ever. A logger used before, by another static object, takes the 0 for success.
 const int registered = ::pthread_atfork(beforeFork, afterForkInParent, afterForkInChild);
 
 /// Closes the descriptor at the end of the thread.

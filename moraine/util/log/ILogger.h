@@ -23,10 +23,11 @@ namespace moraine::util::log {
 /// all loggers of all processes of the machine; it is held while the file is opened and a line is written. There is no
 /// time-out: a thread that stays in `doWriteLog` keeps all others waiting. A process that dies frees it. The thread
 /// that has it may take it again, so `doWriteLog` may write through another logger. A forked child has no part in it,
-/// and forking waits for the line that another thread is writing. Where the lock cannot be had (its file cannot be made
-/// or opened), only the threads of one process exclude each other. The lock is a file in the folder for temporary
-/// files; each thread that logs keeps one descriptor for it, which is closed with the thread and handed on to no child.
-/// The other operations are for one thread at a time. Not copyable.
+/// and forking waits for the line that another thread is writing, for a second at most: if that is not enough, the
+/// child must not use that thread's logger. Where the lock cannot be had (its file cannot be made or opened), only the
+/// threads of one process exclude each other. The lock is a file in the folder for temporary files; each thread that
+/// logs keeps one descriptor for it, which is closed with the thread and handed on to no child. The other operations
+/// are for one thread at a time. Not copyable.
 class MORAINE_API ILogger {
 public:
     /// A logger without a path.
