@@ -1,6 +1,7 @@
 #include "moraine/util/internal/PropertyTable.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstring>
 #include <random>
@@ -24,27 +25,32 @@ std::uint64_t packed(const WideChar* units) noexcept {
     return halves[0] ^ halves[1] << 8;
 }
 
-}  // namespace
-
-/// Two numbers by chance, the same throughout a process: where they are not known, no file can be made to hold names of
-/// one hash.
-PropertyTable::HashKeys PropertyTable::hashKeys() noexcept {
-    static const HashKeys drawn = []() noexcept -> HashKeys {
-        try {
-            std::random_device device;
-            const auto number = [&] { return std::uint64_t{device()} << 32 | device(); };
-            const std::uint64_t seed = number();
-            return {seed, number() | 1};
-        } catch (...) {
-            // A system without a source of chance has a clock.
-            const auto now = std::chrono::high_resolution_clock::now().time_since_epoch().count();
-            return {static_cast<std::uint64_t>(now), 0x9E3779B97F4A7C15U};
-        }
-    }();
-    return drawn;
+/// A number by chance, and odd.
+std::uint64_t drawn() noexcept {
+    try {
+        std::random_device device;
+        return std::uint64_t{device()} << 32 | device() | 1U;
+    } catch (...) {
+        // A system without a source of chance has a clock.
+        return static_cast<std::uint64_t>(std::chrono::high_resolution_clock::now().time_since_epoch().count()) | 1U;
+    }
 }
 
-PropertyTable::PropertyTable(const PropertyTable& other) {
+/// What all hashes of a process are made with; 0 until it is drawn. A static in a function would do, but for its guard:
+/// a child forked while another thread is in there would wait at it for ever.
+std::atomic<std::uint64_t> processKey{0};
+
+}  // namespace
+
+PropertyTable::PropertyTable() {
+    if (processKey == 0) {
+        std::uint64_t none = 0;
+        processKey.compare_exchange_strong(none, drawn());
+    }
+    key = processKey;
+}
+
+PropertyTable::PropertyTable(const PropertyTable& other) : PropertyTable() {
     for (const Entry& entry : other.entries) {
         if (entry.text) {
             add(entry.name(), entry.value());
@@ -98,20 +104,20 @@ void PropertyTable::remove(std::u16string_view name) noexcept {
 }
 
 std::uint64_t PropertyTable::hashOf(std::u16string_view name) const noexcept {
-    std::uint64_t hash = keys.seed ^ name.size();
+    std::uint64_t hash = key ^ name.size();
     if (name.size() < step) {
         std::uint64_t part = 0;
         for (const WideChar unit : name) {
             part = part << 8 ^ unit;
         }
-        return mixed(hash ^ part, keys.factor);
+        return mixed(hash ^ part, key);
     }
     // The last step takes the end of the name, with what the step in front of it may have taken already.
     const WideChar* const last = name.data() + name.size() - step;
     for (const WideChar* at = name.data(); at < last; at += step) {
-        hash = mixed(hash ^ packed(at), keys.factor);
+        hash = mixed(hash ^ packed(at), key);
     }
-    return mixed(hash ^ packed(last), keys.factor);
+    return mixed(hash ^ packed(last), key);
 }
 
 /// The slot of a name's entry, or the one where it goes.

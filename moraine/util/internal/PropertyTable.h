@@ -12,7 +12,7 @@ namespace moraine::util {
 /// Texts by name, found by a hash of the name. An entry's text stays where it is until the entry is removed.
 class PropertyTable {
 public:
-    PropertyTable() = default;
+    PropertyTable();
     PropertyTable(const PropertyTable& other);
     PropertyTable(PropertyTable&& other) noexcept = default;
     ~PropertyTable() = default;
@@ -49,13 +49,6 @@ private:
         std::u16string_view value() const noexcept { return {text.get() + nameLength, valueLength}; }
     };
 
-    /// What hashes are made with.
-    struct HashKeys {
-        std::uint64_t seed;
-        std::uint64_t factor;  // odd
-    };
-
-    static HashKeys hashKeys() noexcept;
     std::uint64_t hashOf(std::u16string_view name) const noexcept;
     std::size_t slotOf(std::u16string_view name, std::uint64_t hash) const noexcept;
     void grow();
@@ -68,7 +61,8 @@ private:
     bool inOrder = true;  // the entries are
     // 0, or index + 1 of an entry that is there; a power of two of them, at least half of them 0.
     std::vector<std::uint32_t> slots;
-    HashKeys keys = hashKeys();
+    // What hashes are made with. No file can be made to hold names of one hash where it is not known.
+    std::uint64_t key;
 };
 
 }  // namespace moraine::util
