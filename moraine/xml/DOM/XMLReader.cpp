@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <new>
+#include <stdexcept>
 #include <string_view>
 
 #include "moraine/io/DataFormatException.h"
@@ -74,16 +76,16 @@ bool XMLReader::doRead() {
             return parseToken();
         }
         return true;
-    } catch (io::DataFormatException& e) {
-        if (!decoder || endOfData) {
-            throw;
+    } catch (const io::DataFormatException&) {
+        if (decoder && !endOfData) {
+            broken = std::current_exception();  // the text of the bad token is no longer what it was
         }
-        // The text of the bad token is no longer what it was, so it cannot be read once more. The caller gets a copy:
-        // one that is to stay here might fail for want of memory, and that would be kept in its place.
-        broken = std::current_exception();
-        throw io::DataFormatException(e);
+        throw;
     } catch (const std::bad_alloc&) {
         broken = std::current_exception();  // a part of what was to be read may be taken already
+        throw;
+    } catch (const std::length_error&) {
+        broken = std::current_exception();
         throw;
     }
 }

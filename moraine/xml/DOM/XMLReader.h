@@ -61,8 +61,8 @@ namespace moraine::xml::DOM {
 /// Failures. `doRead` throws `io::DataFormatException` for a bad text. The number in its message, if there is one, is
 /// the length of the declaration plus the place in the text that was pending when the piece began, and not an offset in
 /// the document. After a failure that says that the data ended too early, `doRead` returns false. After any other bad
-/// text behind the declaration, and after `std::bad_alloc`, every further call fails in the same way, and the accessors
-/// still tell about the last piece.
+/// text behind the declaration, and after `std::bad_alloc` and `std::length_error`, every further call throws that
+/// failure again, with what was added to its trace, and the accessors still tell about the last piece.
 ///
 /// A reader is used by one thread at a time and is not copyable. It borrows its stream, which must live until the last
 /// `doRead`, and neither closes nor destroys it.
