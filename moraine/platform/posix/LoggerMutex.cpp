@@ -79,17 +79,17 @@ void afterForkInParent() {
 }
 
 void afterForkInChild() {
+    if (own.depth > 0) {
+        registry().inside.unlock();
+    } else {
+        new (&registry().inside) std::timed_mutex;  // whoever has it is not here
+    }
     for (Holding* holding = registry().first; holding != nullptr; holding = holding->next) {
         ::close(holding->descriptor);
         holding->descriptor = none;
         holding->depth = 0;
     }
     registry().first = nullptr;
-    if (own.depth > 0) {
-        registry().inside.unlock();
-    } else {
-        new (&registry().inside) std::timed_mutex;  // whoever has it is not here
-    }
     own.depth = 0;  // it may have the lock without a descriptor
     registry().mutex.unlock();
 }
