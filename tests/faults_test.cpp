@@ -156,10 +156,14 @@ TEST_F(Faults, WithoutMemory) {
         [] { text::Wildcard().isMatch("abcdefghijklmnopqrst", "*b?#def?hijklm*"); }, [] { Element().childAt(7); },
         [] { text::StringUtil().doReplace("abc", 3, "a", head.c_str()), text::StringUtil().toWide(head.data(), 20); }};
     for (const Action& row : rows) { everyAllocationFails([&] { tried(row); }, &row - rows); }
+    const Action open = [&] { FileOutputStream(file.c_str()).close(), FileInputStream(file.c_str()).close(); };
+    for (const Action& row : {open, rows[3]}) { everyAllocationFails([&] { tried(row); }, 99, true); }
     for (const std::size_t step : {7U, 700U}) { everyAllocationFails([&] {
         const std::string body = "<a bcdefghij='&lt;klmnopqr' s=\"t\"><u/>\n&amp;" + std::string(12000, 'x');
         Source source(head + body + "<v ><!--w--></v ></b>", {head.size(), head.size() + step, head.size() + 2 * step});
-        XMLReader reader(&source); tried([&] { try { while (reader.doRead()) {} } catch (const lang::Exception&) {} });
+        XMLReader reader(&source);
+        try { tried([&] { try { while (reader.doRead()) {} } catch (const lang::Exception&) {} }); }
+        catch (const std::bad_alloc&) { EXPECT_THROW(reader.doRead(), std::bad_alloc); throw; }
     }); }
 }
 

@@ -4,7 +4,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <climits>
+#include <csignal>
+#include <thread>
 #include <tuple>
 
 #include "moraine/io/FileInputStream.h"
@@ -57,6 +60,9 @@ TEST_F(FileStreams, OpenAndCloseAsOftenAsOneLikes) {
     out.setFileName(a.c_str());
     EXPECT_EQ(contentOf(directory.path("a")), "") << "not cut at once";
     out.write("aa", 2);
+    out.setFileName(out.getFileName());
+    EXPECT_EQ(contentOf(directory.path("a")), "") << "what was held came later";
+    out.write("aa", 2);
     out.setFileName(b.c_str());  // closes the former file
     EXPECT_EQ(contentOf(directory.path("a")), "aa");
     out.write("b", 1);
@@ -102,6 +108,8 @@ TEST_F(FileStreams, NamesThatAreRefused) {
     if (::geteuid() == 0) {  // whom the system lets open it
         const WideString message = u"This file or directoy is System file. : ";
         expectRefusal<FileOutputStream, IOException>(directory.name(u"sealed"), message, outClass, true);
+    } else {
+        expectRefusal<FileOutputStream, FileNotFoundException>(directory.name(u"sealed"), u"", outClass);
     }
 }
 
@@ -158,12 +166,41 @@ TEST_F(FileStreams, MovesStayInsideAndRefusedOnesChangeNothing) {
                                        {u"moraine::io::MemoryInputStream"});
         }
         memory.close();
+        memory.addBytes(content.data(), -1);
         EXPECT_EQ(readAll(in), content.substr(position));
         EXPECT_EQ(readAll(memory), content.substr(position));
         EXPECT_EQ(out.write("!?", 2), 2U);
         out.close();
         EXPECT_EQ(contentOf(directory.path("out")), content.replace(position, 2, "!?"));
     }
+}
+
+TEST_F(FileStreams, InterruptedCallsLoseNothing) {
+    struct sigaction action = {}, former = {};
+    action.sa_handler = [](int) {};  // and no SA_RESTART
+    ::sigaction(SIGUSR1, &action, &former);
+    ASSERT_EQ(::mkfifo(directory.path("pipe").c_str(), 0600), 0);
+    const std::string data(1 << 20, 'd');
+    std::string received(data.size(), '#');
+    unsigned int taken = 0, count = 0;
+    std::atomic<int> ended{0};
+    std::thread writer(
+        [&] { taken = FileOutputStream(directory.name(u"pipe").c_str()).write(data.data(), 1 << 20), ++ended; });
+    const auto interrupt = [&](std::thread& thread, int calls) {
+        for (int i = 0; i < calls && ended < 2; ++i) {
+            ::pthread_kill(thread.native_handle(), SIGUSR1), ::usleep(500);
+        }
+    };
+    interrupt(writer, 20);  // while it opens
+    std::thread reader([&] {
+        FileInputStream in(directory.name(u"pipe").c_str());
+        interrupt(writer, 20);  // while it writes
+        count = in.read(received.data(), 1 << 20), ++ended;
+    });
+    interrupt(reader, 20000);
+    writer.join(), reader.join();
+    ::sigaction(SIGUSR1, &former, nullptr);
+    EXPECT_TRUE(taken == data.size() && count == data.size() && received == data) << taken << ' ' << count;
 }
 
 TEST_F(FileStreams, PipesCannotBeMovedAndOnlySkipReportsAFullDevice) {

@@ -118,6 +118,7 @@ TEST(XMLReader, Prologs) {
         <?xmk a="b"?>                XML declaration not found.    <?xml a\0="b"?>         XML declaration not found.
         <?xmlx a="b"?>               XML declaration not found.    <?xml\u00A0 a="b"?>     XML declaration not found.
         <?xml a="b\0"?>              XML declaration not found.    <?xml a="b"?            XML declaration not found.
+        <?xml ?>                     XML declaration not found.    <?xml x>     XML declaration not found.
         <?xml ?>x                    Invalid XML declaration.      <?xml x?>               Invalid element.(7)
         <?xml a="<"?>                Invalud attribute name.(9) : '<'    <?xml =""?>        Attribute name not found.(6)
         <?xml\ta="b"?>               \sa=b 1.0 utf-8 yes           <?xml a="b"?><a>        \sa=b 1.0 utf-8 yes
@@ -191,9 +192,18 @@ TEST(XMLReader, StreamsThatMisbehave) {
         EXPECT_EQ(run(i + 1, []() -> unsigned int { throw Oops(); }), pieces[i] + u"Oops");
         EXPECT_EQ(run(i + 1, [] { return 10241U; }), pieces[i] + u"The stream could not be read.");
     }
-    Source cut(head + "<a/>\xC3");
-    XMLReader reader(&cut);
-    EXPECT_TRUE(reader.doRead() && reader.doRead() && reader.doRead());
+    Source zero("<?xml encoding='URL'?>%00%3Ca%00%00b%00%3E%00%3C/a%00%3E");
+    EXPECT_EQ(allOf(zero), u"D|? encoding=URL|<a>|</a>|.");
+    struct : Source {
+        using Source::Source;
+        void skip(long) override { throw io::IOException(u"x", 1); }
+    } still(head + "<a/>");
+    const WideString own = u"moraine::xml::DOM::XMLReader";
+    expectFailure<lang::Exception>([&] { XMLReader(&still).doRead(); }, u"", {u"x", own});
+    Source bad(head + "<a =1/>"), cut(head + "<a/>\xC3");
+    XMLReader tells(&bad), reader(&cut);
+    EXPECT_TRUE(tells.doRead() && tells.doRead() && reader.doRead() && reader.doRead() && reader.doRead());
+    expectFailure<DataFormatException>([&] { tells.doRead(); }, u"Attribute name not found.(40)", {own, own});
     expectFailure<lang::IllegalArgumentException>([&] { reader.doRead(); }, u"", {u"moraine::text::UTF8Decoder"});
 }
 

@@ -55,11 +55,12 @@ void FileInputStream::setFileName(const WideChar* name) {
     if (!fileBuffer) {
         fileBuffer.reset(new char[bufferSize]);
     }
-    file.reset(platform::openFile(fileName.get(), platform::OpenMode::read));
+    const platform::OpenedFile opened = platform::openFile(fileName.get(), platform::OpenMode::read);
+    file.reset(opened.file);
     if (!file) {
         lang::raise<FileNotFoundException>(getClassName(), lang::message(u"File not found. : ", fileName.get()));
     }
-    if (platform::attributesOf(file.get()).directory) {
+    if (opened.attributes.directory) {
         lang::raise<IOException>(getClassName(), lang::message(u"This file is directoy. : ", fileName.get()));
     }
     // Without this buffer the file has another one, and reads the same.

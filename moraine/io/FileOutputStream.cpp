@@ -56,12 +56,12 @@ void FileOutputStream::setFileName(const WideChar* name) {
     if (!fileBuffer) {
         fileBuffer.reset(new char[bufferSize]);
     }
-    file.reset(platform::openFile(fileName.get(), platform::OpenMode::write));
+    const platform::OpenedFile opened = platform::openFile(fileName.get(), platform::OpenMode::write);
+    file.reset(opened.file);
     if (!file) {
         lang::raise<FileNotFoundException>(getClassName(), fileName.get());
     }
-    const platform::FileAttributes attributes = platform::attributesOf(file.get());
-    if (attributes.directory || attributes.readOnly) {
+    if (opened.attributes.directory || opened.attributes.readOnly) {
         lang::raise<IOException>(getClassName(),
                                  lang::message(u"This file or directoy is System file. : ", fileName.get()));
     }

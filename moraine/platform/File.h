@@ -20,12 +20,14 @@ struct FileAttributes {
     bool readOnly;
 };
 
-/// Opens a file in binary form; a program started later does not inherit it. An interrupted attempt is repeated.
-/// A name that has no form on this system, such as one with half a surrogate pair, opens nothing.
-/// @return the open file, which the caller closes with `std::fclose`, or null
-std::FILE* openFile(const WideChar* name, OpenMode mode);
+struct OpenedFile {
+    std::FILE* file = nullptr;    ///< which the caller closes with `std::fclose`, or null
+    FileAttributes attributes{};  ///< all of them set if they cannot be had
+};
 
-/// The attributes of an open file; all of them set if they cannot be had.
-FileAttributes attributesOf(std::FILE* file) noexcept;
+/// Opens a file in binary form; a program started later does not inherit it. An interrupted attempt is repeated, and so
+/// is writing. A name that has no form on this system, such as one with half a surrogate pair, opens nothing.
+/// @throws std::bad_alloc
+OpenedFile openFile(const WideChar* name, OpenMode mode);
 
 }  // namespace moraine::platform

@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
+#include <new>
 #include <string>
 
 namespace moraine::platform {
@@ -51,12 +53,54 @@ bool toPath(const WideChar* name, std::string& path) {
     return true;
 }
 
+// A file that is written has operations of its own below those of the C library, which drops what it holds where a
+// signal interrupts it. Their cookie is the descriptor.
+
+int descriptorIn(void* cookie) noexcept {
+    return static_cast<int>(reinterpret_cast<std::intptr_t>(cookie));
+}
+
+ssize_t writeRepeatedly(void* cookie, const char* data, std::size_t size) noexcept {
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t count = ::write(descriptorIn(cookie), data + done, size - done);
+        if (count > 0) {
+            done += static_cast<std::size_t>(count);
+        } else if (count == 0 || errno != EINTR) {
+            break;
+        }
+    }
+    return static_cast<ssize_t>(done);
+}
+
+int seek(void* cookie, off64_t* offset, int whence) noexcept {
+    const off64_t reached = ::lseek64(descriptorIn(cookie), *offset, whence);
+    if (reached < 0) {
+        return -1;
+    }
+    *offset = reached;
+    return 0;
+}
+
+int closeDescriptor(void* cookie) noexcept {
+    return ::close(descriptorIn(cookie));
+}
+
+FileAttributes attributesOf(int descriptor) noexcept {
+    struct stat status {};
+    if (::fstat(descriptor, &status) != 0) {
+        return {true, true};
+    }
+    constexpr mode_t anyWrite = S_IWUSR | S_IWGRP | S_IWOTH;
+    return {S_ISDIR(status.st_mode), (status.st_mode & anyWrite) == 0};
+}
+
 }  // namespace
 
-std::FILE* openFile(const WideChar* name, OpenMode mode) {
+OpenedFile openFile(const WideChar* name, OpenMode mode) {
     std::string path;
     if (!toPath(name, path)) {
-        return nullptr;
+        return {};
     }
     const int flags = mode == OpenMode::read ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC;
     int descriptor = -1;
@@ -64,22 +108,18 @@ std::FILE* openFile(const WideChar* name, OpenMode mode) {
         descriptor = ::open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY, 0666);
     } while (descriptor < 0 && errno == EINTR);
     if (descriptor < 0) {
-        return nullptr;
+        return {};
     }
-    std::FILE* const file = ::fdopen(descriptor, mode == OpenMode::read ? "rb" : "wb");
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): nobody takes it for a pointer
+    void* const cookie = reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor));
+    std::FILE* const file = mode == OpenMode::read
+                                ? ::fdopen(descriptor, "rb")
+                                : ::fopencookie(cookie, "wb", {nullptr, writeRepeatedly, seek, closeDescriptor});
     if (file == nullptr) {
         ::close(descriptor);
+        throw std::bad_alloc();
     }
-    return file;
-}
-
-FileAttributes attributesOf(std::FILE* file) noexcept {
-    struct stat status {};
-    if (::fstat(::fileno(file), &status) != 0) {
-        return {true, true};
-    }
-    constexpr mode_t anyWrite = S_IWUSR | S_IWGRP | S_IWOTH;
-    return {S_ISDIR(status.st_mode), (status.st_mode & anyWrite) == 0};
+    return {file, attributesOf(descriptor)};
 }
 
 }  // namespace moraine::platform
