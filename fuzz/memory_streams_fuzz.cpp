@@ -49,7 +49,7 @@ void check(Input input) {
             require(out.write(exact(data).data(), static_cast<unsigned int>(data.size())) == data.size(), "all taken");
             gathered += data;
         } else if (operation == 5) {
-            out.clear();
+            input.below(2) == 0 ? out.clear() : void(out = io::MemoryOutputStream());
             gathered.clear();
         } else if (operation == 6) {
             in = io::MemoryInputStream(in);

@@ -62,6 +62,8 @@ void checkTable(Input input) {
             model.erase(name);
         } else if (operation == 6) {
             properties = PropertyManager(properties);
+        } else if (number % 4 == 1) {
+            written(properties);
         } else if (number == 0) {
             properties.removeAll();
             model.clear();

@@ -183,6 +183,10 @@ TEST_F(Logger, KillingAndStoppingWritersLosesTearsAndRepeatsNoLine) {
     expectFree();
 }
 
+TEST_F(Logger, StoppedWritersKeepTheLockAndNobodyElseHasIt) {
+    fire(1, false);
+}
+
 TEST_F(Logger, AHolderThatDiesFreesTheLockAndASignalDoesNot) {
     const auto hold = [&] { enter(), shared[2] = 1, await(9); };
     const pid_t holder = start([&] { Probe(directory.name(u"a"), hold).write(u""); });
@@ -270,6 +274,7 @@ TEST_F(Logger, ALockFileThatIsMissingOrUselessLocksNobodyOut) {
         for (int twice = 0; twice < 2; ++twice) {
             write(u"a");
             EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0666)) << "not made anew";
+            std::thread([&] { write(u"t"); }).join();  // whose descriptor is the first in the row
             fire(0, false);
             std::filesystem::remove(file);
         }
@@ -279,11 +284,14 @@ TEST_F(Logger, ALockFileThatIsMissingOrUselessLocksNobodyOut) {
         EXPECT_EQ(::mkdir(file.c_str(), 0700), 0);
         write(u"y");
         std::filesystem::remove(file);
+        EXPECT_EQ(::mkfifo(file.c_str(), 0666), 0);
+        std::thread([&] { write(u"p"); }).join();
+        std::filesystem::remove(file);
         ::close(::creat(file.c_str(), 0600));
         __gcov_dump != nullptr ? __gcov_dump() : void();        // the other user cannot
         EXPECT_TRUE(::setuid(65534) == 0 || ::geteuid() != 0);  // another user, if the system lets us
         write(u"z");
-        for (const char* name : {"x", "y", "z"}) {
+        for (const char* name : {"x", "y", "p", "z"}) {
             EXPECT_EQ(std::filesystem::file_size(directory.path(name)), 22U);
         }
     }));

@@ -91,6 +91,10 @@ TEST(Node, ANameMayBecomeAPartOfItselfOrNothing) {
     node.setLocalName((u'y' + WideString(100, u'x')).data(), 101);
     node.setLocalName(node.getLocalName() + 1, 100);
     EXPECT_EQ(node.getLocalName(), WideString(100, u'x'));
+    for (unsigned int length : {15U, 16U, 17U}) {
+        node.setValue(u"v", 1), node.setLocalName(WideString(99, u'x').data(), length);
+        EXPECT_EQ(node.getLocalName() + WideString(node.getValue()), WideString(length, u'x') + u"v");
+    }
     node.setLocalName(u"x", 0);
     EXPECT_EQ(node.getLocalName(), nullptr);
 }

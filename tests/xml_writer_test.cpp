@@ -54,6 +54,7 @@ TEST(XMLWriter, Output) {
         <a&amp;b|<c&#38;lt;|'|>|>  <a&b>/<c&lt;>/</c&lt;>/</a&b>/        <a&b>~/\s <c&lt;>/</c&lt;>~/</a&b>~/
         <a|'t|<b|<c|!d|>|>|>      <a>t/<b>/<c><!--d-->/</c>/</b>/</a>/
             <a>t/\s <b>~/\s\s\s <c>~\s\s\s <!--d-->~/\s\s\s </c>~/\s </b>~/</a>~/
+        <a|@&amp;=1|@&amp;=2|>    <a &amp;="1" &amp;="2"/>/         <a &amp;="1" &amp;="2"/>~/
         <|@=|!|>                  < =""><!---->/</>/                    < ="">~<!---->~/</>~/
         !0|<a|!1|!2|>|!3          <!--0-->/<a><!--1-->/<!--2-->/</a>/<!--3-->/
             <!--0-->~/<a>~<!--1-->~/<!--2-->~/</a>~/<!--3-->~/
@@ -84,7 +85,7 @@ TEST(XMLWriter, RefusalsChangeNothing) {
         <a|'t              @c=d   >                 Current element is already writed.
         <a|@b=1|@B=2       @b=3   @bb=4|<b|@b=5|>|>  Already has a same attribute name.
         <a|@0=|@1=|@2=|@3=|@4=|@5=|@6=|@7=|@8=|@9=|@a=|@b=|@c=|@d=|@e=|@f=|@g=|@h=|>|<b|@0=|@1=|@2=|@3=|@4=|@5=|@6=|@7=|@8=|@9=|@a=|@b=|@c=|@d=|@e=|@f=
-                           @f=1   @F=1|@h=1|>       Already has a same attribute name.
+                           @f=1   @F=1|@g=1|>       Already has a same attribute name.
         <a|'t|<b|>|!c      'u     !d|<e|>|>         Already has a text.)T");
     for (std::size_t i = 0; i < cells.size(); i += 4) {
         const std::string before = bytesOf(cells[i]), refused = bytesOf(cells[i + 1]), after = bytesOf(cells[i + 2]);
