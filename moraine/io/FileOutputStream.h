@@ -15,7 +15,9 @@ namespace moraine::io {
 /// not inherited by programs that the process starts.
 ///
 /// A stream is open or not open. It owns its file and closes it at its own end. Neither `flush` nor `close` reports
-/// that the system could not take what was written. One thread at a time; not copyable.
+/// that the system could not take what was written. What a signal interrupts goes on. A pipe that nobody reads raises
+/// SIGPIPE, as for the system's own writing, which ends a program that does not ignore it. One thread at a time; not
+/// copyable.
 class MORAINE_API FileOutputStream : public OutputStream {
 public:
     /// A stream that is not open.
