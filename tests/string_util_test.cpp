@@ -48,7 +48,8 @@ TEST(StringUtil, CaseAndMultibyteTextByTheLocale) {
         }
         const std::tuple<bool, std::string, WideString> wide[] = {
             {false, "", u""}, {false, "a\0b"s, u"a\0\0"s}, {true, "\u20ACa", u"\u20ACa\0\0"s},
-            {true, "a\U0001F600", u"a\0\0\0\0"s}, {true, "a\xE2\x82", u"a\0\0"s}, {true, "a\xFFz", u"a\0\0"s}};
+            {true, "a\U0001F600", u"a\0\0\0\0"s}, {true, "a\xE2\x82", u"a\0\0"s}, {true, "a\xFFz", u"a\0\0"s},
+            {true, "\uFFFF", u"\uFFFF\0\0"s}};
         for (const auto& [onlyUtf8, text, result] : wide) {
             EXPECT_TRUE(applied(&StringUtil::toWide, text) == result || (onlyUtf8 && !utf8)) << text;
         }

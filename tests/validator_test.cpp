@@ -35,7 +35,7 @@ TEST(GenericValidator, RangesDatesAndAddresses) {
     Validator v;
     EXPECT_TRUE(v.isRange(1, 5, 1) && v.isRange(1, 5, 5) && v.isRange(-5, -1, -3) && v.isRange(LONG_MIN, 0, LONG_MIN));
     EXPECT_FALSE(v.isRange(1, 5, 0) || v.isRange(1, 5, 6) || v.isRange(5, 1, 3) || v.isRange(LONG_MIN, -1, LONG_MAX));
-    for (const int year : {-400, -100, -4, -1, 0, 1, 1900, 1970, 2000, 2023, 2024, 2100, INT_MAX, INT_MAX - 3}) {
+    for (const int year : {-400, -100, -4, -1, 0, 1, 1900, 1970, 2000, 2023, 2024, 2100, 2200, INT_MAX, INT_MAX - 3}) {
         for (int month = -1, day = -1; month <= 14; day = day == 40 ? ++month, -1 : day + 1) {
             std::tm kept{};  // the system's calendar carries what is too much for a month or a year
             std::tie(kept.tm_year, kept.tm_mon, kept.tm_mday) = std::tuple(year - 1900, month - 1, day);
