@@ -183,22 +183,29 @@ TEST_F(FileStreams, InterruptedCallsLoseNothing) {
     const std::string data(1 << 20, 'd');
     std::string received(data.size(), '#');
     unsigned int taken = 0, count = 0;
-    std::atomic<int> ended{0};
-    std::thread writer(
-        [&] { taken = FileOutputStream(directory.name(u"pipe").c_str()).write(data.data(), 1 << 20), ++ended; });
-    const auto interrupt = [&](std::thread& thread, int calls) {
-        for (int i = 0; i < calls && ended < 2; ++i) {
+    std::atomic<bool> go{false};
+    const auto interrupt = [](std::thread& thread) {
+        for (int i = 0; i < 20; ++i) {
             ::pthread_kill(thread.native_handle(), SIGUSR1), ::usleep(500);
         }
     };
-    interrupt(writer, 20);  // while it opens
+    std::thread writer([&] {
+        FileOutputStream out(directory.name(u"pipe").c_str());
+        while (!go) {
+            ::usleep(500);
+        }
+        taken = out.write(data.data(), 1 << 20);
+    });
+    interrupt(writer);  // while it opens
     std::thread reader([&] {
         FileInputStream in(directory.name(u"pipe").c_str());
-        interrupt(writer, 20);  // while it writes
-        count = in.read(received.data(), 1 << 20), ++ended;
+        count = in.read(received.data(), 10);
+        interrupt(writer);  // while it writes
+        count += in.read(received.data() + 10, (1 << 20) - 10);
     });
-    interrupt(reader, 20000);
-    writer.join(), reader.join();
+    interrupt(reader);  // while it waits for the first bytes
+    go = true;
+    reader.join(), writer.join();
     ::sigaction(SIGUSR1, &former, nullptr);
     EXPECT_TRUE(taken == data.size() && count == data.size() && received == data) << taken << ' ' << count;
 }

@@ -54,7 +54,8 @@ bool toPath(const WideChar* name, std::string& path) {
 }
 
 // A file that is written has operations of its own below those of the C library, which drops what it holds where a
-// signal interrupts it. Their cookie is the descriptor.
+// signal interrupts it. Their cookie is the descriptor. One that is read has none: with them the C library would read
+// anew at each move, where it now moves in what it has.
 
 int descriptorIn(void* cookie) noexcept {
     return static_cast<int>(reinterpret_cast<std::intptr_t>(cookie));
