@@ -1,11 +1,14 @@
 #include "support.h"
 
 #include <fcntl.h>
+#include <linux/capability.h>
 #include <sched.h>
+#include <sys/file.h>
 #include <sys/mman.h>
-#include <sys/mount.h>
 #include <sys/prctl.h>
+#include <sys/sem.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -56,13 +59,18 @@ constexpr bool forksAmongThreads = false;
 constexpr bool forksAmongThreads = true;
 #endif
 
-/// Runs @p body in a process of its own, which a hang ends.
+/// A lock that is not given back shows as a hang, which ends after so many seconds.
+constexpr unsigned int patience = 15;
+
+constexpr key_t lockKey = 0x4C6F674D;
+
+/// Runs @p body in a process of its own, made by @p way.
 template <class Body>
-pid_t start(Body body) {
+pid_t start(Body body, pid_t (*way)() = ::fork) {
     std::fflush(stdout);
-    const pid_t child = ::fork();
+    const pid_t child = way();
     if (child == 0) {
-        ::alarm(100);
+        ::alarm(patience);
         [&]() noexcept { body(); }();  // NOLINT(bugprone-exception-escape): what is thrown ends the process
         __gcov_dump != nullptr ? __gcov_dump() : void();
         ::_exit(::testing::Test::HasFailure());
@@ -75,7 +83,25 @@ int endOf(pid_t child) {
     return ::waitpid(child, &status, 0), status;
 }
 
+/// What all processes of a test share.
+struct Shared {
+    std::atomic<int> inside;          // whether somebody has the lock
+    std::atomic<int> collisions;      // how often a second one had it
+    std::atomic<int> stage;           // of the test; in a fire, the group that shall end
+    std::atomic<int> writers, logs;   // made so far
+    std::atomic<int> alarms;          // children that were killed
+    std::atomic<int> lines[1 << 20];  // of each writer, those whose `write` has returned
+};
+
 struct Logger : ::testing::Test {
+    Logger() {
+        ::unshare(CLONE_NEWIPC);  // if the system lets us: other loggers of the machine and this test need not wait
+        ::alarm(patience + fireSeconds());
+    }
+    static unsigned int fireSeconds() {
+        const char* const seconds = std::getenv("MORAINE_FIRE_SECONDS");  // NOLINT(concurrency-mt-unsafe): one thread
+        return seconds == nullptr ? 2 : static_cast<unsigned int>(std::stoi(seconds));
+    }
     void write(const WideString& file) const {
         Probe(directory.name(file), [] {}).write(u"");
     }
@@ -85,20 +111,25 @@ struct Logger : ::testing::Test {
         std::thread([&] { write(u"free"); }).join();
     }
     /// What a holder of the lock does first: look whether there is another.
-    void enter() const { shared[1] += shared[0].exchange(1); }
+    void enter() const { shared->collisions += shared->inside.exchange(1); }
+    void leave() const { shared->inside = 0; }
     void await(int stage) const {
-        while (shared[2] != stage) {
+        while (shared->stage != stage) {
             ::usleep(1000);
         }
     }
-    void TearDown() override { EXPECT_EQ(shared[1], 0) << "two had the lock"; }
+    void TearDown() override {
+        EXPECT_EQ(shared->collisions, 0) << "two had the lock";
+        ::munmap(shared, sizeof(Shared));
+        ::alarm(0);
+    }
     void logNumbers(ILogger& log, int count) const;
     void logAsGroup(bool killing) const;
     void fire(std::time_t seconds, bool killing) const;
 
     const TemporaryDirectory directory;
-    std::atomic<int>* const shared = static_cast<std::atomic<int>*>(  // by all processes
-        ::mmap(nullptr, 1 << 22, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    Shared* const shared = static_cast<Shared*>(
+        ::mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
 };
 
 /// A message that makes a line of 64 bytes, which lies in one page of the file: the system writes all of it or nothing.
@@ -107,8 +138,8 @@ std::string numbered(int writer, int number) {
 }
 
 void Logger::logNumbers(ILogger& log, int count) const {
-    const int writer = 16 + shared[3]++;  // where it counts the lines whose `write` has returned
-    for (int number = 0; number < count && shared[2] != ::getpgrp(); shared[writer] = ++number) {
+    const int writer = shared->writers++;
+    for (int number = 0; number < count && shared->stage != ::getpgrp(); shared->lines[writer] = ++number) {
         const std::string text = numbered(writer, number);
         log.write(WideString(text.begin(), text.end()).c_str());
     }
@@ -116,10 +147,10 @@ void Logger::logNumbers(ILogger& log, int count) const {
 
 void Logger::logAsGroup(bool killing) const {
     ::setpgid(0, 0);  // of this process, whose threads log, and of children forked meanwhile, which use its log
-    const auto name = [&] { return directory.path(std::to_string(shared[4]++)).u16string(); };
-    Probe inner(u"/dev/null", [] {}), log(name(), [&] { enter(), inner.write(u"#"), ::sched_yield(), shared[0] = 0; });
+    const auto name = [&] { return directory.path(std::to_string(shared->logs++)).u16string(); };
+    Probe inner(u"/dev/null", [] {}), log(name(), [&] { enter(), inner.write(u"#"), ::sched_yield(), leave(); });
     std::thread one([&] { logNumbers(log, 1 << 30); }), two([&] { logNumbers(log, 1 << 30); });
-    for (unsigned int i = 0; shared[2] != ::getpgrp(); ++i) {
+    for (unsigned int i = 0; shared->stage != ::getpgrp(); ++i) {
         if (!forksAmongThreads) {
             ::usleep(1000);
             continue;
@@ -129,7 +160,7 @@ void Logger::logAsGroup(bool killing) const {
             i % 3 != 0 && killing ? ::ualarm(i % 3 * 900, 0) : 0;
             logNumbers(log, 50);
         }));
-        EXPECT_TRUE(end == 0 || (end == SIGALRM && ++shared[5] > 0));
+        EXPECT_TRUE(end == 0 || (end == SIGALRM && ++shared->alarms > 0));
     }
     one.join(), two.join();
 }
@@ -150,36 +181,37 @@ void Logger::fire(std::time_t seconds, bool killing) const {
             ++stops, ::kill(target, SIGSTOP), ::usleep(random() % 3000), ::kill(target, SIGCONT);
             continue;
         }
-        shared[2] = killing && random() % 2 == 0 ? 0 : group;  // which then ends by itself
-        kills += shared[2] == 0 && ::kill(target, SIGKILL) == 0;
+        shared->stage = killing && random() % 2 == 0 ? 0 : group;  // which then ends by itself
+        kills += shared->stage == 0 && ::kill(target, SIGKILL) == 0;
         int status = 0;
         while (::waitpid(group, &status, WNOHANG) == 0) {  // a child that was stopped when it was made may still be
             std::for_each(groups.begin(), groups.end(), [](pid_t each) { ::kill(-each, SIGCONT); });
             ::usleep(1000);
         }
-        EXPECT_EQ(status, shared[2] == 0 ? SIGKILL : 0);
+        EXPECT_EQ(status, shared->stage == 0 ? SIGKILL : 0);
         groups.pop_back();
         for (::kill(-group, SIGKILL); ::waitpid(-group, nullptr, 0) > 0;) {
         }
     }
-    EXPECT_LE(shared[1].exchange(0), 2 * kills + shared[5]) << "more were inside than those who died there";
+    EXPECT_LE(shared->collisions.exchange(0), 2 * kills + shared->alarms)
+        << "more were inside than those who died there";
     std::map<int, int> found;
-    for (int log = 0; log < shared[4]; ++log) {
+    for (int log = 0; log < shared->logs; ++log) {
         const std::string text = contentOf(directory.path(std::to_string(log)));
         for (std::size_t at = 0; at < text.size(); at += 64, ++lines) {
             const int writer = std::stoi(text.substr(at + 20, 10)) - 1'000'000'000;
             ASSERT_EQ(text.substr(at + 19, 45), " " + numbered(writer, found[writer]++) + "\r\n");
         }
     }
-    for (int writer = 16; writer < 16 + shared[3]; ++writer) {  // may have died with a line that it had not counted yet
-        EXPECT_TRUE(found[writer] == shared[writer] || (killing && found[writer] == shared[writer] + 1)) << writer;
+    for (int writer = 0; writer < shared->writers; ++writer) {  // may have died with a line that it had not counted yet
+        const int returned = shared->lines[writer];
+        EXPECT_TRUE(found[writer] == returned || (killing && found[writer] == returned + 1)) << writer;
     }
-    RecordProperty("lines", lines), RecordProperty("kills", kills + shared[5]), RecordProperty("stops", stops);
+    RecordProperty("lines", lines), RecordProperty("kills", kills + shared->alarms), RecordProperty("stops", stops);
 }
 
 TEST_F(Logger, KillingAndStoppingWritersLosesTearsAndRepeatsNoLine) {
-    const char* const seconds = std::getenv("MORAINE_FIRE_SECONDS");  // NOLINT(concurrency-mt-unsafe): one thread
-    fire(seconds == nullptr ? 2 : std::stoi(seconds), true);
+    fire(fireSeconds(), true);
     expectFree();
 }
 
@@ -188,14 +220,14 @@ TEST_F(Logger, StoppedWritersKeepTheLockAndNobodyElseHasIt) {
 }
 
 TEST_F(Logger, AHolderThatDiesFreesTheLockAndASignalDoesNot) {
-    const auto hold = [&] { enter(), shared[2] = 1, await(9); };
+    const auto hold = [&] { enter(), shared->stage = 1, await(9); };
     const pid_t holder = start([&] { Probe(directory.name(u"a"), hold).write(u""); });
     await(1);
     const pid_t waiting = start([&] {
         struct sigaction action = {};  // without SA_RESTART
         action.sa_handler = [](int) {};
         ::sigaction(SIGUSR1, &action, nullptr);
-        shared[2] = 2;
+        shared->stage = 2;
         Probe(directory.name(u"b"), [&] { enter(); }).write(u"");
     });
     await(2);
@@ -203,100 +235,168 @@ TEST_F(Logger, AHolderThatDiesFreesTheLockAndASignalDoesNot) {
         ::kill(waiting, SIGUSR1);
         ::usleep(1000);
     }
-    shared[0] = 0;
+    leave();
     ::kill(holder, SIGKILL);
     EXPECT_TRUE(endOf(waiting) == 0 && endOf(holder) == SIGKILL);
 }
 
 TEST_F(Logger, AForkedChildHasNoPartInTheLock) {
-    const int end = endOf(start([&] {
-        std::thread other([&] { write(u"o"), shared[2] = 1, await(2); });
-        await(1);
-        pid_t child = -1;
-        Probe probe(directory.name(u"p"), [&] {
-            enter();
-            const long descriptors = openDescriptors();
-            child = start([&] {
-                EXPECT_EQ(openDescriptors(), descriptors - 2) << "has the descriptors of two threads";
-                probe.inside = [&] { enter(); };
-                probe.write(u"child");
+    for (pid_t (*const way)() : {&::fork, forksAmongThreads ? &::_Fork : &::fork}) {
+        for (const bool leaves : {false, true}) {  // the line that it was forked in, in place of writing one of its own
+            const pid_t waiting = start([&] { await(1), Probe(u"/dev/null", [&] { enter(), leave(); }).write(u""); });
+            pid_t child = -1;
+            Probe probe(directory.name(u"p"), [&] {
+                enter();
+                shared->stage = 1;
+                child = start(
+                    [&] {
+                        if (leaves) {
+                            probe.inside = [] { throw 7; };
+                            EXPECT_THROW(probe.write(u""), int);
+                        }
+                        probe.inside = [&] { enter(), leave(); };
+                        probe.write(u"child");
+                    },
+                    way);
+                ::usleep(20000);
+                leave();
             });
-            ::usleep(20000);
-            shared[0] = 0;
-        });
-        probe.write(u"");
-        EXPECT_EQ(endOf(child), 0);
-        shared[2] = 2;
-        other.join();
-    }));
-    EXPECT_TRUE(end == 0 && contentOf(directory.path("p")).size() == 22 + 27);
-}
-
-TEST_F(Logger, AForkDoesNotWaitForEverForALineThatIsWritten) {
-    std::thread other([&] { Probe(directory.name(u"o"), [&] { shared[2] = 1, await(2); }).write(u""); });
-    await(1);
-    EXPECT_EQ(endOf(start([&] { shared[2] = 2, write(u"c"); })), 0);
-    other.join();
-}
-
-TEST_F(Logger, DescriptorsEndWithTheirThreads) {
-    struct Last {  // logs when its thread ends, behind whatever the thread made later
-        ~Last() { logger->write(u"last"); }
-        const Logger* logger;
-    };
-    write(u"a");
-    const long descriptors = openDescriptors();
-    const int next = ::dup(0);
-    ::close(next);
-    for (int i = 0; i < 50; ++i) {
-        std::thread([&] {
-            thread_local const Last last{this};
-            last.logger->write(u"b");
-            EXPECT_TRUE(openDescriptors() == descriptors + 1 && ::fcntl(next, F_GETFD) == FD_CLOEXEC);
-        }).join();
+            probe.write(u"");
+            EXPECT_TRUE(endOf(child) == 0 && endOf(waiting) == 0);
+            EXPECT_EQ(contentOf(directory.path("p")).size(), 22U + 27);
+        }
     }
-    EXPECT_EQ(openDescriptors(), descriptors);
-    expectFree();
 }
 
-TEST_F(Logger, ALockFileThatIsMissingOrUselessLocksNobodyOut) {
-    // In a folder for temporary files of its own, so that nobody else sees what happens to the file.
+TEST_F(Logger, AChildThatLeavesItsParentsLineFreesNothing) {
+    pid_t waiting = -1, child = -1;
+    bool isChild = false;
+    Probe probe(directory.name(u"p"), [&] {
+        enter();
+        waiting = start([&] { Probe(u"/dev/null", [&] { enter(), leave(); }).write(u""); });
+        child = ::fork();
+        isChild = child == 0;
+        if (isChild) {
+            throw 7;
+        }
+        EXPECT_EQ(endOf(child), 0);
+        ::usleep(20000);
+        leave();
+    });
+    try {
+        probe.write(u"");
+    } catch (int) {
+        ::_exit(isChild ? 0 : 1);
+    }
+    EXPECT_EQ(endOf(waiting), 0);
+}
+
+TEST_F(Logger, AChildForkedBesideALineWaitsForItAndMayUseTheSameLogger) {
+    Probe probe(directory.name(u"o"), [&] { enter(), shared->stage = 1, await(2), leave(); });
+    std::thread other([&] { probe.write(u""); });
+    await(1);
+    EXPECT_EQ(endOf(start([&] { shared->stage = 2, probe.inside = [&] { enter(), leave(); }, probe.write(u"c"); })), 0);
+    other.join();
+    EXPECT_EQ(contentOf(directory.path("o")).size(), 22U + 23);
+}
+
+TEST_F(Logger, NoDescriptorIsKept) {
+    const long descriptors = openDescriptors();
     const int end = endOf(start([&] {
-        const std::string folder = "/tmp", file = folder + "/LoggerMutex.lock", logs = directory.root;
-        if (::unshare(CLONE_NEWNS) != 0 ||  // only root may
-            ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-            ::mount("none", folder.c_str(), "tmpfs", 0, "mode=1777") != 0) {
+        std::thread([&] {
+            Probe(directory.name(u"a"), [&] { EXPECT_EQ(openDescriptors(), descriptors + 1); }).write(u"");
+            EXPECT_EQ(openDescriptors(), descriptors);
+            for (int i = 3; i < 1024; ++i) {
+                ::close(i);
+            }
+            EXPECT_EQ(::creat(directory.path("own").c_str(), 0666), 3);
+            EXPECT_EQ(::flock(3, LOCK_EX), 0);
+            write(u"b");
+        }).join();
+        write(u"c");
+        const int again = ::open(directory.path("own").c_str(), O_RDONLY | O_CLOEXEC);
+        EXPECT_TRUE(again == 4 && ::flock(again, LOCK_EX | LOCK_NB) != 0) << "lost the lock of a file of its own";
+    }));
+    EXPECT_EQ(end, 0);
+}
+
+/// Runs @p body in a process with a lock of its own, as one who may do with it what he likes. 77 if the system gives
+/// none.
+template <class Body>
+int endWithOwnLock(Body body) {
+    return endOf(start([&] {
+        if (::unshare(CLONE_NEWIPC) != 0 && ::unshare(CLONE_NEWUSER | CLONE_NEWIPC) != 0) {
             ::_exit(77);
         }
-        std::filesystem::create_directories(logs);
-        ::chmod(logs.c_str(), 0777);
-        ::umask(077);
-        for (int twice = 0; twice < 2; ++twice) {
-            write(u"a");
-            EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0666)) << "not made anew";
-            std::thread([&] { write(u"t"); }).join();  // whose descriptor is the first in the row
-            fire(0, false);
-            std::filesystem::remove(file);
-        }
-        EXPECT_EQ(::symlink("elsewhere", file.c_str()), 0);
-        write(u"x");
-        std::filesystem::remove(file);
-        EXPECT_EQ(::mkdir(file.c_str(), 0700), 0);
-        write(u"y");
-        std::filesystem::remove(file);
-        EXPECT_EQ(::mkfifo(file.c_str(), 0666), 0);
-        std::thread([&] { write(u"p"); }).join();
-        std::filesystem::remove(file);
-        ::close(::creat(file.c_str(), 0600));
-        __gcov_dump != nullptr ? __gcov_dump() : void();        // the other user cannot
-        EXPECT_TRUE(::setuid(65534) == 0 || ::geteuid() != 0);  // another user, if the system lets us
-        write(u"z");
-        for (const char* name : {"x", "y", "p", "z"}) {
-            EXPECT_EQ(std::filesystem::file_size(directory.path(name)), 22U);
-        }
+        body();
     }));
+}
+
+TEST_F(Logger, TheLockIsForAllUsersAndMayBeRemoved) {
+    const int end = endWithOwnLock([&] {
+        ::umask(077);
+        write(u"a");
+        semid_ds status{};
+        EXPECT_EQ(::semctl(::semget(lockKey, 1, 0), 0, IPC_STAT, &status), 0);
+        EXPECT_EQ(status.sem_perm.mode & 0777, 0666);
+        const auto hold = [&] { enter(), shared->stage = 1, await(2), leave(); };
+        const pid_t other = start([&] {
+            Probe probe(u"/dev/null", hold);
+            EXPECT_TRUE(::setuid(65534) == 0 || ::geteuid() != 0);  // another user, if the system lets us
+            probe.write(u"");
+        });
+        await(1);
+        const pid_t waiting = start([&] { Probe(u"/dev/null", [&] { enter(), leave(); }).write(u""); });
+        ::usleep(20000);
+        shared->stage = 2;
+        EXPECT_TRUE(endOf(other) == 0 && endOf(waiting) == 0);
+
+        std::vector<pid_t> writers;
+        for (const WideChar* name : {u"x", u"y", u"z"}) {
+            writers.push_back(start([&] {
+                Probe probe(directory.name(name), [] { ::sched_yield(); });
+                for (int i = 0; i < 2000; ++i) {
+                    probe.write(u"");
+                }
+            }));
+        }
+        std::atomic<bool> done{false};
+        std::thread remover([&] {
+            for (; !done; ::usleep(100)) {
+                ::semctl(::semget(lockKey, 1, 0), 0, IPC_RMID);
+            }
+        });
+        for (const pid_t writer : writers) {
+            EXPECT_EQ(endOf(writer), 0);
+        }
+        done = true;
+        remover.join();
+        for (const char* name : {"x", "y", "z"}) {
+            EXPECT_EQ(std::filesystem::file_size(directory.path(name)), 22U * 2000);
+        }
+    });
     if (end == W_EXITCODE(77, 0)) {
-        GTEST_SKIP() << "the system gives no folder of one's own";
+        GTEST_SKIP() << "the system gives no semaphores of one's own";
+    }
+    EXPECT_EQ(end, 0);
+}
+
+TEST_F(Logger, WithoutTheLockOnlyTheThreadsOfOneLoggerExcludeEachOther) {
+    const int end = endWithOwnLock([&] {
+        EXPECT_GE(::semget(lockKey, 1, IPC_CREAT), 0);  // for nobody
+        __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+        __user_cap_data_struct nothing[2] = {};
+        EXPECT_EQ(::syscall(SYS_capset, &header, nothing), 0);  // not even for the user who may do everything
+        Probe inner(u"/dev/null", [] {});
+        Probe probe(directory.name(u"a"), [&] { enter(), ::sched_yield(), inner.write(u""), leave(); });
+        std::thread one([&] { logNumbers(probe, 500); }), two([&] { logNumbers(probe, 500); });
+        one.join(), two.join();
+        EXPECT_EQ(std::filesystem::file_size(directory.path("a")), 64U * 1000);
+        probe.inside = [&] { EXPECT_EQ(endOf(start([&] { write(u"b"); })), 0) << "waits for another process"; };
+        probe.write(u"");
+    });
+    if (end == W_EXITCODE(77, 0)) {
+        GTEST_SKIP() << "the system gives no semaphores of one's own";
     }
     EXPECT_EQ(end, 0);
 }

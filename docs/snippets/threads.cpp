@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <future>
+#include <memory>
 
 #include <pthread.h>
 
@@ -34,9 +35,9 @@ struct Start {
 };
 
 extern "C" void* entry(void* argument) {
-    auto* const start = static_cast<Start*>(argument);
+    const std::unique_ptr<Start> start(static_cast<Start*>(argument));
     lang::IThread::threadBody(start->worker);
-    start->ended.set_value();  // behind threadBody, which uses the object to its end
+    start->ended.set_value();  // after threadBody, which uses the object to its end
     return nullptr;
 }
 //! [entry]
@@ -44,13 +45,15 @@ extern "C" void* entry(void* argument) {
 TEST(Threads, AreAwaitedWithoutJoining) {
     //! [starting]
     Adder adder;
-    Start start{&adder, {}};
-    std::future<void> ended = start.ended.get_future();
+    auto start = std::make_unique<Start>();
+    start->worker = &adder;
+    std::future<void> ended = start->ended.get_future();
 
     pthread_t thread{};
-    if (pthread_create(&thread, nullptr, entry, &start) != 0) {
+    if (pthread_create(&thread, nullptr, entry, start.get()) != 0) {
         FAIL() << "no thread could be started";
     }
+    start.release();  // belongs to the thread
     void* handle = nullptr;
     static_assert(sizeof handle == sizeof thread);
     std::memcpy(&handle, &thread, sizeof handle);

@@ -1,6 +1,7 @@
 #include "moraine/io/FileOutputStream.h"
 
 #include "moraine/io/internal/FileOperations.h"
+#include "moraine/io/internal/WithoutBuffer.h"
 #include "moraine/platform/File.h"
 
 namespace moraine::io {
@@ -53,7 +54,7 @@ void FileOutputStream::setFileName(const WideChar* name) {
     std::unique_ptr<WideChar[]> kept = normalised(name, getClassName());
     close();
     fileName = std::move(kept);
-    if (!fileBuffer) {
+    if (buffered && !fileBuffer) {
         fileBuffer.reset(new char[bufferSize]);
     }
     const platform::OpenedFile opened = platform::openFile(fileName.get(), platform::OpenMode::write);
@@ -65,8 +66,9 @@ void FileOutputStream::setFileName(const WideChar* name) {
         lang::raise<IOException>(getClassName(),
                                  lang::message(u"This file or directoy is System file. : ", fileName.get()));
     }
-    // Without this buffer the file has another one, and is written the same.
-    static_cast<void>(std::setvbuf(file.get(), fileBuffer.get(), _IOFBF, bufferSize));
+    // If this fails, the file has another buffer, and is written the same.
+    static_cast<void>(buffered ? std::setvbuf(file.get(), fileBuffer.get(), _IOFBF, bufferSize)
+                               : std::setvbuf(file.get(), nullptr, _IONBF, 0));
 }
 
 const WideChar* FileOutputStream::getFileName() {
@@ -75,6 +77,10 @@ const WideChar* FileOutputStream::getFileName() {
 
 const WideChar* FileOutputStream::getClassName() const {
     return ownName;
+}
+
+void withoutBuffer(FileOutputStream& stream) noexcept {
+    stream.buffered = false;
 }
 
 }  // namespace moraine::io

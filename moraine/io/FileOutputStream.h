@@ -69,6 +69,9 @@ protected:
     virtual const WideChar* getClassName() const;
 
 private:
+    friend void withoutBuffer(FileOutputStream& stream) noexcept;
+
+    bool buffered = true;
     std::unique_ptr<char[]> fileBuffer;  // the file's, which therefore ends first
     OwnedFile file;                      // null when not open
     std::unique_ptr<WideChar[]> fileName;

@@ -14,18 +14,33 @@ namespace moraine::lang {
 /// `threadBody` with the object's address as argument, and hands the thread's handle to `setThreadHandle`. The object
 /// must outlive the thread.
 ///
-///     void* entry(void* worker) {                 // what pthread_create wants
-///         moraine::lang::IThread::threadBody(worker);
+///     struct Start {
+///         moraine::lang::IThread* worker;
+///         std::promise<void> ended;
+///     };
+///     void* entry(void* argument) {               // what pthread_create wants
+///         const std::unique_ptr<Start> start(static_cast<Start*>(argument));
+///         moraine::lang::IThread::threadBody(start->worker);
+///         start->ended.set_value();               // the object is no longer in use
 ///         return nullptr;
 ///     }
+///
+///     auto start = std::make_unique<Start>();
+///     start->worker = &worker;
+///     std::future<void> ended = start->ended.get_future();
 ///     pthread_t thread;
-///     pthread_create(&thread, nullptr, entry, static_cast<moraine::lang::IThread*>(&worker));
-///     worker.setThreadHandle(reinterpret_cast<void*>(thread));
+///     if (pthread_create(&thread, nullptr, entry, start.get()) == 0) {
+///         start.release();                        // belongs to the thread
+///         worker.setThreadHandle(reinterpret_cast<void*>(thread));
+///         ended.wait();                           // before the worker ends
+///     }
 ///
 /// The handle is the value of a `pthread_t`. The object owns it and closes it exactly once, which means
-/// `pthread_detach`: when `run` has returned, or, if it was stored only after that, when the object ends. So a client
-/// does not join the thread. To wait for its end, let the thread tell behind `threadBody`, by a `std::promise` in the
-/// entry function, say; not from within `run`, behind which the object is still in use.
+/// `pthread_detach`: when `run` has returned, or, if it was stored only after that, when the object ends. A detached
+/// thread cannot be joined. The system frees what it used when it ends, and nobody can wait for that moment: what the
+/// entry function does after the call of `threadBody` may still run when `main` returns, which ends it. So a client
+/// waits for what the thread tells after `threadBody`, as above; not for something told from within `run`, since the
+/// object is in use after `run` has returned.
 ///
 /// The handle may be set and read by the client while the thread ends. The name is for one thread at a time. Not
 /// copyable.

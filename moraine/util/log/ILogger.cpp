@@ -3,6 +3,7 @@
 #include <mutex>
 
 #include "moraine/io/FileNotFoundException.h"
+#include "moraine/io/internal/WithoutBuffer.h"
 #include "moraine/io/IOException.h"
 #include "moraine/lang/IllegalArgumentException.h"
 #include "moraine/lang/IllegalStateException.h"
@@ -13,7 +14,10 @@
 
 namespace moraine::util::log {
 
-ILogger::ILogger() = default;
+ILogger::ILogger() : mutex(std::make_unique<platform::LoggerMutex>()) {
+    // A child that is forked between the writing of a line and its flushing would write it again from the buffer.
+    io::withoutBuffer(stream);
+}
 
 ILogger::~ILogger() = default;
 
@@ -67,8 +71,7 @@ void ILogger::doWriteLog(const WideChar* message) {
 
 /// Opens the file if that is due and writes a line, all with the lock held; false if there is no path.
 bool ILogger::writeLocked(const WideChar* message) {
-    platform::LoggerMutex everywhere;
-    const std::lock_guard<platform::LoggerMutex> lock(everywhere);
+    const std::lock_guard<platform::LoggerMutex> lock(*mutex);
     if (!outputPath) {
         return false;
     }

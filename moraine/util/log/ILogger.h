@@ -8,6 +8,10 @@
 #include "moraine/text/UTF8Encoder.h"
 #include "moraine/text/WideChar.h"
 
+namespace moraine::platform {
+class LoggerMutex;
+}
+
 namespace moraine::util::log {
 
 /// Writes lines of text with a timestamp to a file: "2026/11/18 07:35:22 message\r\n", in Universal Time and UTF-8.
@@ -19,18 +23,31 @@ namespace moraine::util::log {
 /// and two loggers on one file destroy each other's lines. A path set after the file has been opened does not
 /// redirect the log. Where the system takes no more, a full disk say, lines are lost without a word.
 ///
+/// UTF-8 here is that of `text::UTF8Encoder`: a character beyond U+FFFF, which is a pair of units, becomes six bytes. That
+/// is not RFC 3629, and other programs refuse it or show replacement characters.
+///
 /// Threads and processes. `write` may be called by any thread. One lock, named "LoggerMutex", serialises the writing of
 /// all loggers of all processes of the machine; it is held while the file is opened and a line is written. There is no
-/// time-out: a thread that stays in `doWriteLog` keeps all others waiting. A process that dies frees it. The thread
-/// that has it may take it again, so `doWriteLog` may write through another logger. A forked child has no part in it,
-/// and forking waits for the line that another thread is writing, for a second at most: if that is not enough, the
-/// child must not use that thread's logger. Where the lock cannot be had (its file cannot be made or opened), only the
-/// threads of one process exclude each other. The lock is a file in the folder for temporary files; each thread that
-/// logs keeps one descriptor for it, which is closed with the thread and handed on to no child. The other operations
-/// are for one thread at a time. Not copyable.
+/// time-out: a thread that stays in `doWriteLog` keeps all others waiting. The thread that has the lock may take it
+/// again, so `doWriteLog` may write through another logger. A process that dies frees it. Where the lock cannot be had,
+/// lines are written without it, and only the threads of one logger exclude each other; two loggers must not write
+/// through each other there, or two threads may wait for each other without end.
+///
+/// The lock is a System V semaphore with the key 0x4C6F674D ("LogM"), made by the first line that needs it. "Of the
+/// machine" means of the IPC namespace: containers share the lock only if they share that. The logger keeps nothing of
+/// it between two lines, and no descriptor at any time, so descriptors may be closed and the process may fork as it
+/// likes. A forked child has no part in the lock, even if the thread that forked it had it. A child that was forked
+/// while another thread was in `write` should not use that thread's logger, whose state may be in the middle of a
+/// change. A process must not replace itself by another program (`exec`) while one of its threads is in `write`: the new
+/// program would keep the lock until it ends.
+///
+/// A thread that is cancelled while it waits for the lock, or has it, goes on to the next cancellation point of
+/// `doWriteLog`; the library's own has none. The lock is freed on every way out. The other operations are for one thread
+/// at a time. Not copyable.
 class MORAINE_API ILogger {
 public:
     /// A logger without a path.
+    /// @throws std::bad_alloc
     ILogger();
     ILogger(const ILogger& other) = delete;
 
@@ -40,7 +57,7 @@ public:
     ILogger& operator=(const ILogger& other) = delete;
 
     /// Keeps a copy of a zero-terminated path, which may be the present one, for the next `write` that opens a file:
-    /// the first one, and the one behind an attempt to open that failed. A null path counts as empty, which opens
+    /// the first one, and the one after an attempt to open that failed. A null path counts as empty, which opens
     /// no file. The path as it was stays where there is no room for the copy (`std::bad_alloc`).
     virtual void setOutputPath(const WideChar* path);
 
@@ -71,6 +88,7 @@ private:
 
     std::unique_ptr<WideChar[]> outputPath;
     bool needReopen = false;
+    const std::unique_ptr<platform::LoggerMutex> mutex;
     WideChar timestamp[20] = {};  // of the last line
     std::int64_t time = -1;       // that it tells
     io::FileOutputStream stream;
