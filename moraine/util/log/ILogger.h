@@ -23,8 +23,8 @@ namespace moraine::util::log {
 /// and two loggers on one file destroy each other's lines. A path set after the file has been opened does not
 /// redirect the log. Where the system takes no more, a full disk say, lines are lost without a word.
 ///
-/// UTF-8 here is that of `text::UTF8Encoder`: a character beyond U+FFFF, which is a pair of units, becomes six bytes. That
-/// is not RFC 3629, and other programs refuse it or show replacement characters.
+/// UTF-8 here is that of `text::UTF8Encoder`: a character beyond U+FFFF, which is a pair of units, becomes six bytes.
+/// That is not RFC 3629, and other programs refuse it or show replacement characters.
 ///
 /// Threads and processes. `write` may be called by any thread. One lock, named "LoggerMutex", serialises the writing of
 /// all loggers of all processes of the machine; it is held while the file is opened and a line is written. There is no
@@ -38,12 +38,12 @@ namespace moraine::util::log {
 /// it between two lines, and no descriptor at any time, so descriptors may be closed and the process may fork as it
 /// likes. A forked child has no part in the lock, even if the thread that forked it had it. A child that was forked
 /// while another thread was in `write` should not use that thread's logger, whose state may be in the middle of a
-/// change. A process must not replace itself by another program (`exec`) while one of its threads is in `write`: the new
-/// program would keep the lock until it ends.
+/// change. A process must not replace itself by another program (`exec`) while one of its threads is in `write`: the
+/// new program would keep the lock until it ends.
 ///
 /// A thread that is cancelled while it waits for the lock, or has it, goes on to the next cancellation point of
-/// `doWriteLog`; the library's own has none. The lock is freed on every way out. The other operations are for one thread
-/// at a time. Not copyable.
+/// `doWriteLog`; the library's own has none. The lock is freed on every way out. The other operations are for one
+/// thread at a time. Not copyable.
 class MORAINE_API ILogger {
 public:
     /// A logger without a path.
