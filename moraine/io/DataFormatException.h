@@ -9,11 +9,6 @@ class MORAINE_API DataFormatException : public lang::Exception {
 public:
     /// No message, and one trace line, on the terms of `Exception`.
     DataFormatException(const WideChar* className, long line) : lang::Exception(className, line) {}
-    /// Copies message and trace.
-    DataFormatException(const DataFormatException& other);
-    ~DataFormatException() override;
-    /// Takes over message and trace.
-    DataFormatException& operator=(const DataFormatException& other);
 
 protected:
     const WideChar* getClassName() const override;

@@ -9,11 +9,6 @@ class MORAINE_API FileNotFoundException : public IOException {
 public:
     /// No message, and one trace line, on the terms of `Exception`.
     FileNotFoundException(const WideChar* className, long line) : IOException(className, line) {}
-    /// Copies message and trace.
-    FileNotFoundException(const FileNotFoundException& other);
-    ~FileNotFoundException() override;
-    /// Takes over message and trace.
-    FileNotFoundException& operator=(const FileNotFoundException& other);
 
 protected:
     const WideChar* getClassName() const override;

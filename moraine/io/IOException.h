@@ -9,11 +9,6 @@ class MORAINE_API IOException : public lang::Exception {
 public:
     /// No message, and one trace line, on the terms of `Exception`.
     IOException(const WideChar* className, long line) : lang::Exception(className, line) {}
-    /// Copies message and trace.
-    IOException(const IOException& other);
-    ~IOException() override;
-    /// Takes over message and trace.
-    IOException& operator=(const IOException& other);
 
 protected:
     const WideChar* getClassName() const override;

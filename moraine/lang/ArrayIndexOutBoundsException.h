@@ -10,11 +10,6 @@ class MORAINE_API ArrayIndexOutBoundsException : public Exception {
 public:
     /// No message, and one trace line, on the terms of `Exception`.
     ArrayIndexOutBoundsException(const WideChar* className, long line) : Exception(className, line) {}
-    /// Copies message and trace.
-    ArrayIndexOutBoundsException(const ArrayIndexOutBoundsException& other);
-    ~ArrayIndexOutBoundsException() override;
-    /// Takes over message and trace.
-    ArrayIndexOutBoundsException& operator=(const ArrayIndexOutBoundsException& other);
 
 protected:
     const WideChar* getClassName() const override;

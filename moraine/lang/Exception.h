@@ -1,7 +1,7 @@
 #pragma once
 
 #include "moraine/Export.h"
-#include "moraine/text/WideChar.h"
+#include "moraine/WideChar.h"
 
 namespace moraine::lang {
 

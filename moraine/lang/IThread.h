@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "moraine/Export.h"
-#include "moraine/text/WideChar.h"
+#include "moraine/WideChar.h"
 
 namespace moraine::lang {
 

@@ -9,11 +9,6 @@ class MORAINE_API IllegalArgumentException : public Exception {
 public:
     /// No message, and one trace line, on the terms of `Exception`.
     IllegalArgumentException(const WideChar* className, long line) : Exception(className, line) {}
-    /// Copies message and trace.
-    IllegalArgumentException(const IllegalArgumentException& other);
-    ~IllegalArgumentException() override;
-    /// Takes over message and trace.
-    IllegalArgumentException& operator=(const IllegalArgumentException& other);
 
 protected:
     const WideChar* getClassName() const override;

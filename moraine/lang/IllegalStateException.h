@@ -9,11 +9,6 @@ class MORAINE_API IllegalStateException : public Exception {
 public:
     /// No message, and one trace line, on the terms of `Exception`.
     IllegalStateException(const WideChar* className, long line) : Exception(className, line) {}
-    /// Copies message and trace.
-    IllegalStateException(const IllegalStateException& other);
-    ~IllegalStateException() override;
-    /// Takes over message and trace.
-    IllegalStateException& operator=(const IllegalStateException& other);
 
 protected:
     const WideChar* getClassName() const override;

@@ -9,11 +9,6 @@ class MORAINE_API UnsupportedOperationException : public Exception {
 public:
     /// No message, and one trace line, on the terms of `Exception`.
     UnsupportedOperationException(const WideChar* className, long line) : Exception(className, line) {}
-    /// Copies message and trace.
-    UnsupportedOperationException(const UnsupportedOperationException& other);
-    ~UnsupportedOperationException() override;
-    /// Takes over message and trace.
-    UnsupportedOperationException& operator=(const UnsupportedOperationException& other);
 
 protected:
     const WideChar* getClassName() const override;

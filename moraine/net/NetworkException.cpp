@@ -2,12 +2,6 @@
 
 namespace moraine::net {
 
-NetworkException::NetworkException(const NetworkException& other) = default;
-
-NetworkException::~NetworkException() = default;
-
-NetworkException& NetworkException::operator=(const NetworkException& other) = default;
-
 const WideChar* NetworkException::getClassName() const {
     return u"moraine::net::NetworkException";
 }

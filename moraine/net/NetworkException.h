@@ -9,11 +9,6 @@ class MORAINE_API NetworkException : public lang::Exception {
 public:
     /// No message, and one trace line, on the terms of `Exception`.
     NetworkException(const WideChar* className, long line) : lang::Exception(className, line) {}
-    /// Copies message and trace.
-    NetworkException(const NetworkException& other);
-    ~NetworkException() override;
-    /// Takes over message and trace.
-    NetworkException& operator=(const NetworkException& other);
 
 protected:
     const WideChar* getClassName() const override;

@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "moraine/text/WideChar.h"
+#include "moraine/WideChar.h"
 
 /// @file
 /// Files by 16-bit name.

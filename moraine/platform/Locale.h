@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "moraine/text/WideChar.h"
+#include "moraine/WideChar.h"
 
 /// @file
 /// What the process's current locale says about single units, and its multibyte text. The system's own wide

@@ -2,12 +2,6 @@
 
 namespace moraine::sql {
 
-SQLException::SQLException(const SQLException& other) = default;
-
-SQLException::~SQLException() = default;
-
-SQLException& SQLException::operator=(const SQLException& other) = default;
-
 const WideChar* SQLException::getClassName() const {
     return u"moraine::sql::SQLException";
 }

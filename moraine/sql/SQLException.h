@@ -9,11 +9,6 @@ class MORAINE_API SQLException : public lang::Exception {
 public:
     /// No message, and one trace line, on the terms of `Exception`.
     SQLException(const WideChar* className, long line) : lang::Exception(className, line) {}
-    /// Copies message and trace.
-    SQLException(const SQLException& other);
-    ~SQLException() override;
-    /// Takes over message and trace.
-    SQLException& operator=(const SQLException& other);
 
 protected:
     const WideChar* getClassName() const override;

@@ -9,11 +9,6 @@ class MORAINE_API UnsupportedEncodingException : public lang::Exception {
 public:
     /// No message, and one trace line, on the terms of `Exception`.
     UnsupportedEncodingException(const WideChar* className, long line) : lang::Exception(className, line) {}
-    /// Copies message and trace.
-    UnsupportedEncodingException(const UnsupportedEncodingException& other);
-    ~UnsupportedEncodingException() override;
-    /// Takes over message and trace.
-    UnsupportedEncodingException& operator=(const UnsupportedEncodingException& other);
 
 protected:
     const WideChar* getClassName() const override;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "moraine/text/WideChar.h"
+#include "moraine/WideChar.h"
 
 namespace moraine::lang {
 

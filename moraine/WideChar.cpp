@@ -1,4 +1,4 @@
-#include "moraine/text/WideChar.h"
+#include "moraine/WideChar.h"
 
 #include <algorithm>
 #include <cstring>
