@@ -8,6 +8,7 @@
 #include "moraine/io/MemoryOutputStream.h"
 #include "moraine/text/DecoderManager.h"
 #include "moraine/text/EncoderManager.h"
+#include "moraine/text/StringUtil.h"
 #include "moraine/text/Wildcard.h"
 #include "moraine/util/PropertyManager.h"
 #include "moraine/util/validator/GenericValidator.h"

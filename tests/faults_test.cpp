@@ -8,9 +8,11 @@
 #include "moraine/io/FileNotFoundException.h"
 #include "moraine/io/MemoryInputStream.h"
 #include "moraine/io/MemoryOutputStream.h"
+#include "moraine/text/StringUtil.h"
 #include "moraine/text/Wildcard.h"
 #include "moraine/util/log/ILogger.h"
 #include "moraine/util/PropertyManager.h"
+#include "moraine/xml/DOM/Declaration.h"
 #include "moraine/xml/DOM/Element.h"
 #include "moraine/xml/DOM/XMLWriter.h"
 

@@ -4,6 +4,7 @@
 
 #include "moraine/lang/IllegalArgumentException.h"
 #include "moraine/lang/internal/Raise.h"
+#include "moraine/text/internal/DecodeInto.h"
 #include "moraine/text/internal/Extend.h"
 #include "moraine/text/internal/Kernels.h"
 
@@ -55,6 +56,20 @@ OwnedWideString UTF8Decoder::doDecProcM2W(std::string_view bytes, bool last) {
         endAt(*result, walk.zero);
     }
     return result;
+}
+
+std::size_t decodeInto(UTF8Decoder& decoder, const char* bytes, unsigned int length, bool last, WideChar* target) {
+    ByteString workText;
+    const std::string_view joined = decoder.held.join(bytes, length, workText);
+    kernels::Utf8Walk walk{{joined.data(), joined.data() + joined.size(), target}};
+    kernels::decodeUtf8(walk, walk.end);
+    if (walk.at < walk.end) {
+        if (last) {
+            lang::raise<lang::IllegalArgumentException>(decoder.getClassName());
+        }
+        decoder.held.hold({walk.at, walk.left()});
+    }
+    return static_cast<std::size_t>((walk.zero != nullptr ? walk.zero : walk.out) - target);
 }
 
 }  // namespace moraine::text

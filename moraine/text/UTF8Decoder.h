@@ -38,6 +38,9 @@ public:
     const WideChar* getDecodeName() const override;
 
 private:
+    friend std::size_t decodeInto(UTF8Decoder& decoder, const char* bytes, unsigned int length, bool last,
+                                  WideChar* target);
+
     const WideChar* getClassName() const;
 
     /// Decodes one joined block up to its first zero unit; holds or refuses an incomplete sequence at its end.

@@ -6,18 +6,9 @@
 #include "moraine/Export.h"
 #include "moraine/text/WideChar.h"
 #include "moraine/xml/DOM/NodeText.h"
+#include "moraine/xml/DOM/NodeType.h"
 
 namespace moraine::xml::DOM {
-
-/// The kinds of nodes, as `Node::getNodeType` gives them.
-enum NodeType : int {
-    documentNode = 0,     ///< `Document`
-    declarationNode = 1,  ///< `Declaration`
-    elementNode = 2,      ///< `Element`
-    attrNode = 3,         ///< `Attr`
-    commentNode = 4,      ///< `Comment`
-    textNode = 5,         ///< `Text`
-};
 
 /// The base of all nodes of an XML tree.
 ///
