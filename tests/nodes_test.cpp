@@ -86,6 +86,56 @@ TEST(Node, EndOfNodes) {
     }
 }
 
+/// A node that at its end asks the one that holds it for its name, and how many children it has itself.
+class Asking : public Element {
+public:
+    Asking(std::vector<std::pair<WideString, unsigned int>>& target, const WideString& name) : answers(target) {
+        setLocalName(name.data(), static_cast<unsigned int>(name.size()));
+    }
+    Asking(const Asking&) = delete;
+    Asking& operator=(const Asking&) = delete;
+    ~Asking() override {
+        if (getParentNode() != nullptr) {
+            answers.emplace_back(getParentNode()->getLocalName(), getChildCount());
+        }
+    }
+
+private:
+    std::vector<std::pair<WideString, unsigned int>>& answers;
+};
+
+TEST(Node, NodesEndWhileTheOneThatHoldsThemStillStands) {
+    constexpr unsigned int levels = 300;
+    constexpr unsigned int asTold = 100;  // levels on which a node has its children until its own end
+    std::vector<std::pair<WideString, unsigned int>> answers;
+    Node* at = new Asking(answers, u"0 is the outermost one");
+    std::unique_ptr<Node> root(at);
+    for (unsigned int level = 1; level <= levels; ++level) {
+        const WideString name = WideString(level, u'x');
+        for (int attribute = 0; attribute < 2; ++attribute) {
+            auto* const node = new Asking(answers, name);
+            node->setParentNode(at);
+            attribute == 0 ? at->appendAttribute(node) : at->appendChild(node);
+            auto* const below = new Asking(answers, name);
+            below->setParentNode(node);
+            node->appendChild(below);
+        }
+        at->appendChild(nullptr);
+        at = at->childAt(0);
+    }
+    root.reset();
+    EXPECT_EQ(answers.size(), 4U * levels);
+    std::map<WideString, int> named;
+    unsigned int whole = 0;
+    for (const auto& [name, children] : answers) {
+        ++named[name];
+        whole += children > 1 ? 1 : 0;  // on the way down, where each has a next one and a null entry
+    }
+    EXPECT_EQ(named.size(), levels + 1U);
+    EXPECT_TRUE(named[u"x"] == 6 && named[WideString(levels, u'x')] == 2) << "another name than that of the parent";
+    EXPECT_EQ(whole, asTold);
+}
+
 TEST(Node, ANameMayBecomeAPartOfItselfOrNothing) {
     Text node;
     node.setLocalName((u'y' + WideString(100, u'x')).data(), 101);

@@ -38,53 +38,68 @@ void removeFrom(Nodes& list, unsigned int index) {
     list.erase(list.begin() + index);
 }
 
-void clear(Nodes& list) {
-    Nodes doomed;
-    doomed.swap(list);
-    for (std::unique_ptr<Node>& node : doomed) {
-        node.reset();
-    }
-}
+/// So many levels of a tree end as told, by recursion.
+constexpr std::uint32_t mostLevels = 100;
 
 }  // namespace
 
-struct Node::Remains {
-    Node* first = nullptr;
-};
-
 Node::Node() = default;
 
-// A node that dies does not destroy its children itself where it is another node's child: that would take stack for
-// every level of the tree. It leaves its children, then its attributes, in front of what is left already, and the
-// node whose end began it all destroys one after the other. So every node dies before its children and before its
-// later siblings, in the order in which they would be destroyed by recursion.
+// A node destroys its children and attributes while its own texts still stand. That takes stack for every level, so far
+// below the node whose end began it all another way is taken.
 Node::~Node() {
-    if (children.empty() && attributes.empty()) {
-        return;
-    }
-    if (remains != nullptr) {
-        leaveTo(*remains);
-        return;
-    }
-    Remains own;
-    leaveTo(own);
-    while (own.first != nullptr) {
-        const std::unique_ptr<Node> next(own.first);
-        own.first = next->parentNode;
-        next->parentNode = nullptr;
-        next->remains = &own;
+    if (level < mostLevels) {
+        clear(children);
+        clear(attributes);
+    } else {
+        endDescendants();
     }
 }
 
-void Node::leaveTo(Remains& heir) noexcept {
-    for (List* const list : {&attributes, &children}) {
-        for (auto node = list->rbegin(); node != list->rend(); ++node) {
-            if (*node) {
-                (*node)->parentNode = heir.first;
-                heir.first = node->release();
-            }
+/// Destroys the nodes of a list, first to last.
+void Node::clear(List& list) noexcept {
+    List doomed;
+    doomed.swap(list);
+    for (std::unique_ptr<Node>& node : doomed) {
+        if (node) {
+            node->level = level + 1;
+            node.reset();
         }
     }
+}
+
+/// Destroys what is below this node, the lowest first, so that a node still stands when those below it end. Neither
+/// stack nor memory is needed for the levels: each node on the way down knows the one above.
+void Node::endDescendants() noexcept {
+    level = 0;
+    for (Node* at = this;;) {
+        if (Node* const next = at->takeNext()) {
+            next->level = 0;
+            next->above = at;
+            at = next;
+        } else if (at == this) {
+            return;
+        } else {
+            const std::unique_ptr<Node> ended(at);
+            at = at->above;
+        }
+    }
+}
+
+/// Takes the next node out of the children, or if there is none out of the attributes; null if nothing is left. `level`
+/// counts those that are gone.
+Node* Node::takeNext() noexcept {
+    while (!children.empty() || !attributes.empty()) {
+        List& list = children.empty() ? attributes : children;
+        while (level < list.size()) {
+            if (Node* const node = list[level++].release()) {
+                return node;
+            }
+        }
+        List().swap(list);
+        level = 0;
+    }
+    return nullptr;
 }
 
 void Node::setLocalName(const WideChar* text, unsigned int length) {
@@ -180,7 +195,7 @@ bool Node::moveToNext() {
     if (currentChildIndex >= static_cast<long>(children.size()) - 1) {
         return false;
     }
-    ++currentChildIndex;
+    currentChildIndex = static_cast<std::int32_t>(static_cast<std::uint32_t>(currentChildIndex) + 1);
     return true;
 }
 
