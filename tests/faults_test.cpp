@@ -169,6 +169,31 @@ TEST_F(Faults, WithoutMemory) {
     }); }
 }
 
+TEST_F(Faults, WithoutMemoryTheWriterGoesOnAsIfNothingHadBeen) {
+    for (const WideChar* name : {u"UTF-8", u"BASE64", u"URL"}) {
+        std::string expected;
+        const auto write = [&] {
+            MemoryOutputStream out; std::unique_ptr<XMLWriter> writer; bool failed = false;
+            const Action attribute = [&] { writer->writeAttribute((longer + u'1').c_str(), longer.c_str()); };
+            const Action more = [&] { writer->writeAttribute(u"b&amp;", WideString(9000, u'\u20AC').c_str()); };
+            const Action text = [&] { writer->writeText((longer + u"&amp;\u20AC").c_str()); };
+            const Action open = [&] { writer->writeStartElement(longer.c_str()); }, end = [&] { writer->writeEndElement(); };
+            const Action comment = [&] { writer->writeComment(longer.c_str()); }, close = [&] { writer->close(); };
+            const Action make = [&] { writer = std::make_unique<XMLWriter>(&out, name, true); };
+            for (const Action& call : {make, comment, open, attribute, more, open, text, comment, open, end, end, open,
+                                       attribute, end, end, close, comment, close}) {
+                try { tried(call); } catch (const std::bad_alloc&) { failed = true; }
+            }
+            const std::string written(out.getBytes(), out.getSize());
+            expected.empty() ? expected = written : "";
+            EXPECT_TRUE(written == expected) << "what a failed call left behind shows";
+            if (failed) { throw std::bad_alloc(); }
+        };
+        write();  // nothing fails
+        everyAllocationFails(write);
+    }
+}
+
 TEST_F(Faults, NamesThatLeadNowhere) {
     const std::filesystem::path former = std::filesystem::current_path(), gone = directory.path("gone");
     std::filesystem::create_directory(gone), std::filesystem::current_path(gone), std::filesystem::remove(gone);

@@ -134,9 +134,15 @@ TEST(XMLWriter, FailuresOfTheStream) {
     }
 }
 
-TEST(XMLWriter, ClosesOnce) {
-    for (const auto& [calls, closes] :
-         {std::pair("", 1U), {".", 1U}, {".|.", 1U}, {"<a", 0U}, {"<a|>", 1U}, {".|<a", 1U}}) {
+TEST(XMLWriter, ClosesOnceAfterTheLastPiece) {
+    for (const auto& [calls, closes] : {std::pair("", 1U),
+                                        {".", 1U},
+                                        {".|.", 1U},
+                                        {"<a", 0U},
+                                        {"<a|>", 1U},
+                                        {".|<a", 1U},
+                                        {".|!a|.|.", 2U},
+                                        {".|<a|>", 2U}}) {
         Sink sink;
         {
             XMLWriter writer(&sink, u"UTF-8", false);
@@ -148,6 +154,11 @@ TEST(XMLWriter, ClosesOnce) {
     XMLWriter writer(&sink, u"BASE64", false);
     run(writer, "<aa|>|.");
     EXPECT_EQ(sink.joined(""), "PD94bWwgdmVyc2lvbj0iMS4wIiBlbmNvZGluZz0iQkFTRTY0IiBzdGFuZGFsb25lPSJ5ZXMiPz48YWEvPg==");
+    sink.pieces.clear();
+    run(writer, "<a");
+    expectFailure<DataFormatException>([&] { writer.close(); }, u"Current element is not element.");
+    run(writer, ">|.");
+    EXPECT_TRUE(sink.joined("") == "PGEvPg==" && sink.closes == 2) << "the tail after the first close";
 }
 
 }  // namespace

@@ -1,11 +1,13 @@
 #include "moraine/xml/DOM/XMLWriter.h"
 
 #include <algorithm>
+#include <exception>
 #include <limits>
-#include <utility>
+#include <new>
 
 #include "moraine/io/DataFormatException.h"
 #include "moraine/lang/internal/Raise.h"
+#include "moraine/text/Base64Encoder.h"
 #include "moraine/text/EncoderManager.h"
 #include "moraine/text/internal/Scan.h"
 #include "moraine/text/internal/UnitCount.h"
@@ -87,7 +89,7 @@ XMLWriter::XMLWriter(io::OutputStream* target, const WideChar* encoding, bool in
     declaration.setEncoding(encoding);
     piece->append(std::u16string_view(*declaration.getReferenceString()));
     putLineEnd();
-    send();
+    sendPiece();
     lastWritten = declarationNode;
 }
 
@@ -103,12 +105,15 @@ XMLWriter::~XMLWriter() {
 }
 
 void XMLWriter::writeStartElement(const WideChar* name) {
+    ready();
     const Stored stored(name);
     const bool nested = isElementOpen();
-    piece->clear();
+    // All room is made before anything goes out.
+    openElements.reserve(openElements.size() + 1);
+    tags->reserve(1 + 3 * stored.get().size());
     if (putStartTag()) {
         putLineEnd();
-        send();
+        send([this] { openElements.back().hasChild = true; });
         lastWritten = elementNode;
     }
     const std::size_t start = nested ? openElements.back().nameEnd : 0;
@@ -125,9 +130,11 @@ void XMLWriter::writeStartElement(const WideChar* name) {
     if (nested && indent) {
         ++depth;
     }
+    closed = false;
 }
 
 void XMLWriter::writeAttribute(const WideChar* name, const WideChar* value) {
+    ready();
     requireOpenElement();
     if (openElements.back().hasChild) {
         lang::raise<io::DataFormatException>(getClassName(), u"Current element is already writed.");
@@ -138,33 +145,40 @@ void XMLWriter::writeAttribute(const WideChar* name, const WideChar* value) {
         lang::raise<io::DataFormatException>(getClassName(), u"Already has a same attribute name.");
     }
     const Stored storedValue(value);
-    *tags += u' ';
-    appendAttribute(*tags, storedName, storedValue, Stored::append);
-    attributeNames.append(storedName.get()).push_back(0);
+    const std::size_t tagsBefore = tags->size();
+    const std::size_t namesBefore = attributeNames.size();
+    try {
+        *tags += u' ';
+        appendAttribute(*tags, storedName, storedValue, Stored::append);
+        attributeNames.append(storedName.get()).push_back(0);
+    } catch (...) {
+        tags->truncate(tagsBefore);
+        attributeNames.resize(namesBefore);
+        throw;
+    }
     ++attributeCount;
 }
 
 void XMLWriter::writeText(const WideChar* text) {
+    ready();
     requireOpenElement();
     if (openElements.back().hasText) {
         lang::raise<io::DataFormatException>(getClassName(), u"Already has a text.");
     }
     const Stored stored(text);
-    piece->clear();
     putStartTag();
     Stored::append(*piece, stored);
-    openElements.back().hasText = true;
-    send();
+    send([this] { openElements.back().hasChild = openElements.back().hasText = true; });
     lastWritten = textNode;
 }
 
 void XMLWriter::writeComment(const WideChar* text) {
+    ready();
     const Stored stored(text);
-    piece->clear();
     if (putStartTag()) {
         putLineEnd();
     }
-    // Behind a text the comment continues the line.
+    // After a text the comment continues the line.
     const bool ownLine = lastWritten != textNode;
     if (ownLine) {
         putIndentation();
@@ -173,20 +187,24 @@ void XMLWriter::writeComment(const WideChar* text) {
     if (ownLine) {
         putLineEnd();
     }
-    send();
+    send([this] {
+        if (isElementOpen()) {
+            openElements.back().hasChild = true;
+        }
+    });
     lastWritten = commentNode;
 }
 
 void XMLWriter::writeEndElement() {
+    ready();
     requireOpenElement();
-    piece->clear();
     const OpenElement ended = openElements.back();
     if (!ended.hasChild) {
         putIndentation();
         piece->append(tags->text().substr(ended.tag));
         *piece += u"/>";
     } else {
-        // Behind a text the end tag continues the line.
+        // After a text the end tag continues the line.
         if (lastWritten == elementNode || lastWritten == commentNode) {
             putIndentation();
         }
@@ -195,21 +213,20 @@ void XMLWriter::writeEndElement() {
         *piece += u'>';
     }
     putLineEnd();
-    leaveLevel();
-    send();
+    send([this] { depth = std::max(depth - 1, 0); });
     lastWritten = elementNode;
     openElements.pop_back();
 }
 
 void XMLWriter::close() {
+    ready();
     if (closed) {
         return;
     }
     if (isElementOpen()) {
         lang::raise<io::DataFormatException>(getClassName(), u"Current element is not element.");
     }
-    const OwnedByteString rest = encoder->doEncodeW2M(nullptr, 0, true);
-    stream->write(rest->data(), static_cast<unsigned int>(rest->size()));
+    encodeAndSend(nullptr, 0, true);
     stream->close();
     closed = true;
 }
@@ -243,10 +260,18 @@ bool XMLWriter::hasAttribute(std::u16string_view name) {
     return many && manyAttributeNames.count(WideString(name)) > 0;
 }
 
+/// Every call begins with an empty piece, and with the failure of one that is beyond repair.
+void XMLWriter::ready() {
+    if (broken) {
+        std::rethrow_exception(broken);
+    }
+    piece->clear();
+}
+
 /// Puts the start tag of the innermost open element into the piece if that is about to get its first child; returns
 /// whether it is.
 bool XMLWriter::putStartTag() {
-    if (!isElementOpen() || std::exchange(openElements.back().hasChild, true)) {
+    if (!isElementOpen() || openElements.back().hasChild) {
         return false;
     }
     putIndentation();
@@ -267,11 +292,23 @@ void XMLWriter::putLineEnd() {
     }
 }
 
-void XMLWriter::leaveLevel() {
-    depth = std::max(depth - 1, 0);
+/// Sends the piece. What @p begin changes is so afterwards, also if the stream fails; without memory nothing changes.
+template <class Begin>
+void XMLWriter::send(Begin begin) {
+    try {
+        sendPiece();
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (...) {
+        begin();
+        closed = false;
+        throw;
+    }
+    begin();
+    closed = false;
 }
 
-void XMLWriter::send() {
+void XMLWriter::sendPiece() {
     std::string_view rest = piece->text();
     if (utf8 && rest.size() <= std::numeric_limits<unsigned int>::max()) {
         stream->write(rest.data(), static_cast<unsigned int>(rest.size()));
@@ -280,13 +317,37 @@ void XMLWriter::send() {
     // A piece is one write, but for one so long that its bytes might be more than a write takes.
     constexpr std::size_t most = std::size_t{1} << 29;
     text::UTF8Decoder decoder;
-    do {
-        const std::string_view part = rest.substr(0, most);
-        rest.remove_prefix(part.size());
-        const OwnedWideString units = decoder.doDecodeM2W(part.data(), unitCount(part.size()), false);
-        const OwnedByteString bytes = encoder->doEncodeW2M(units->data(), unitCount(units->size()), false);
+    bool sent = false;
+    try {
+        do {
+            const std::string_view part = rest.substr(0, most);
+            rest.remove_prefix(part.size());
+            const OwnedWideString units = decoder.doDecodeM2W(part.data(), unitCount(part.size()), false);
+            encodeAndSend(units->data(), units->size(), false);
+            sent = true;
+        } while (!rest.empty());
+    } catch (const std::bad_alloc&) {
+        if (sent) {
+            broken = std::current_exception();
+        }
+        throw;
+    }
+}
+
+/// Without memory the encoder is as it was before, so that the same units may come again. Of the encoders only this one
+/// holds anything.
+void XMLWriter::encodeAndSend(const WideChar* text, std::size_t length, bool last) {
+    auto* const base64 = dynamic_cast<text::Base64Encoder*>(encoder.get());
+    const text::Base64Encoder before = base64 != nullptr ? *base64 : text::Base64Encoder();
+    try {
+        const OwnedByteString bytes = encoder->doEncodeW2M(text, unitCount(length), last);
         stream->write(bytes->data(), unitCount(bytes->size()));
-    } while (!rest.empty());
+    } catch (const std::bad_alloc&) {
+        if (base64 != nullptr) {
+            *base64 = before;
+        }
+        throw;
+    }
 }
 
 }  // namespace moraine::xml::DOM

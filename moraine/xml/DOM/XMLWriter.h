@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <memory>
 #include <set>
 #include <string_view>
@@ -45,16 +46,22 @@ namespace DOM {
 /// A text argument has fewer than 2^32 units (`std::length_error`).
 ///
 /// Failures. A call in the wrong place throws `io::DataFormatException` before anything has changed, and the writer
-/// goes on. What the stream throws, and `std::bad_alloc`, passes through; what was being written then counts as begun.
-/// The destructor closes if it can, throws nothing, and releases everything. A writer that has been closed is
-/// finished: a further piece still goes to the closed stream, which may refuse it, and is not completed.
+/// goes on. `std::bad_alloc`, from wherever, changes nothing either: the same call may be made again. Only if a piece
+/// of more than 512 MiB has gone out in part, every further call throws that failure again. Anything else that the
+/// stream throws passes through, and what was being written counts as begun. The destructor closes if it can, throws
+/// nothing, and releases everything.
+///
+/// After `close` further pieces go to the closed stream, which may refuse them, and ask for a `close` of their own.
+///
+/// A character beyond U+FFFF, a pair of units, becomes six bytes in "UTF-8", which is not RFC 3629: the library reads
+/// them back as that pair, and other programs refuse them.
 ///
 /// A writer is used by one thread at a time and is not copyable. It borrows its stream, which must outlive it; `close`
 /// closes the stream.
 class MORAINE_API XMLWriter {
 public:
     /// Writes the declaration: version "1.0", the encoding as it is spelled here, standalone "yes".
-    /// @param target where the document goes; borrowed
+    /// @param target where the document goes; borrowed; not null, since the declaration is written at once
     /// @param encoding a name that `text::EncoderManager` knows
     /// @param indented whether to add line ends and indentation
     /// @throws text::UnsupportedEncodingException "Unsupported encoding. : " and the name
@@ -63,7 +70,7 @@ public:
 
     XMLWriter(const XMLWriter& other) = delete;
 
-    /// Runs `close` unless that was done. With an element still open the stream is left as it is.
+    /// Runs `close`. With an element still open the stream is left as it is.
     virtual ~XMLWriter();
 
     XMLWriter& operator=(const XMLWriter& other) = delete;
@@ -90,7 +97,8 @@ public:
     /// @throws io::DataFormatException "Current element is not element." if none is open
     void writeEndElement();
 
-    /// Writes what the encoder still holds and closes the stream. A second call does nothing.
+    /// Writes what the encoder still holds and closes the stream. Does nothing if nothing was written since the last
+    /// `close` that succeeded.
     /// @throws io::DataFormatException "Current element is not element." if an element is still open
     void close();
 
@@ -110,11 +118,14 @@ private:
     bool isElementOpen() const;
     void requireOpenElement(long line = __builtin_LINE()) const;
     bool hasAttribute(std::u16string_view name);
+    void ready();
     bool putStartTag();
     void putIndentation();
     void putLineEnd();
-    void leaveLevel();
-    void send();
+    template <class Begin>
+    void send(Begin begin);
+    void sendPiece();
+    void encodeAndSend(const WideChar* text, std::size_t length, bool last);
 
     io::OutputStream* stream;               // borrowed
     std::vector<OpenElement> openElements;  // outermost first
@@ -129,7 +140,8 @@ private:
     std::unique_ptr<text::IEncoder> encoder;
     bool utf8;                          // the encoder has nothing to do
     std::unique_ptr<Utf8Buffer> piece;  // what is being written
-    bool closed = false;
+    bool closed = false;                // and nothing was written since
+    std::exception_ptr broken;          // what every further call throws
 };
 
 }  // namespace DOM

@@ -1,6 +1,7 @@
 #include "moraine/xml/internal/Utf8Buffer.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 #include "moraine/text/internal/Kernels.h"
@@ -8,15 +9,22 @@
 namespace moraine::xml {
 
 void Utf8Buffer::grow(std::size_t count) {
-    move(std::max(used + count, 2 * room));
+    const std::size_t roomy = std::max(used + count, 2 * room);
+    moveTo(std::unique_ptr<char[]>(new char[roomy]), roomy);
 }
 
-/// Moves the bytes to where there is room for @p roomy.
-void Utf8Buffer::move(std::size_t roomy) {
-    std::unique_ptr<char[]> moved(new char[roomy]);
-    std::copy_n(bytes.get(), used, moved.get());
-    bytes = std::move(moved);
-    room = roomy;
+/// Gives back most of the room, unless there is none for what stays.
+void Utf8Buffer::shrink() noexcept {
+    const std::size_t enough = 2 * used + least;
+    if (std::unique_ptr<char[]> smaller{new (std::nothrow) char[enough]}) {
+        moveTo(std::move(smaller), enough);
+    }
+}
+
+void Utf8Buffer::moveTo(std::unique_ptr<char[]> roomy, std::size_t size) noexcept {
+    std::copy_n(bytes.get(), used, roomy.get());
+    bytes = std::move(roomy);
+    room = size;
 }
 
 void Utf8Buffer::appendEncoded(std::u16string_view text) {

@@ -19,16 +19,19 @@ public:
     [[nodiscard]] std::size_t size() const { return used; }
     [[nodiscard]] std::string_view text() const { return {bytes.get(), used}; }
 
-    /// Drops what stands behind the first @p size bytes, which it has. It does not keep the room of an unusually long
+    /// Drops what stands after the first @p size bytes, which it has. It does not keep the room of an unusually long
     /// text.
-    void truncate(std::size_t size) {
+    void truncate(std::size_t size) noexcept {
         used = size;
         if (room > usual && used < room / 4) {
-            move(2 * used + least);
+            shrink();
         }
     }
 
-    void clear() { truncate(0); }
+    void clear() noexcept { truncate(0); }
+
+    /// Makes room for @p count bytes more, so that appending them does not fail.
+    void reserve(std::size_t count) { static_cast<void>(extension(count)); }
 
     /// Appends an ASCII character.
     void operator+=(WideChar ascii) {
@@ -75,7 +78,8 @@ private:
     }
 
     void grow(std::size_t count);
-    void move(std::size_t roomy);
+    void shrink() noexcept;
+    void moveTo(std::unique_ptr<char[]> roomy, std::size_t size) noexcept;
     void appendEncoded(std::u16string_view text);
 
     static constexpr std::size_t least = 256;
