@@ -8,6 +8,8 @@
 #include "moraine/io/FileNotFoundException.h"
 #include "moraine/io/MemoryInputStream.h"
 #include "moraine/io/MemoryOutputStream.h"
+#include "moraine/text/DecoderManager.h"
+#include "moraine/text/EncoderManager.h"
 #include "moraine/text/StringUtil.h"
 #include "moraine/text/Wildcard.h"
 #include "moraine/util/log/ILogger.h"
@@ -167,6 +169,40 @@ TEST_F(Faults, WithoutMemory) {
         try { tried([&] { try { while (reader.doRead()) {} } catch (const lang::Exception&) {} }); }
         catch (const std::bad_alloc&) { EXPECT_THROW(reader.doRead(), std::bad_alloc); throw; }
     }); }
+}
+
+TEST_F(Faults, WithoutMemoryACodecHoldsWhatItHeld) {
+    const std::string bytes = "YWJjZGVm\r\nZ2g=" "|a\xE2\x82\xAC\xC3\xA9" "b|%00%41%20%AC+z%00%42%01%42abcde";
+    const WideString names[] = {u"BASE64", u"UTF-8", u"URL"};
+    std::size_t row = 0;
+    for (std::size_t begin = 0, end = 0; end != std::string::npos; begin = end + 1, ++row) {
+        end = bytes.find('|', begin);
+        const std::string text = bytes.substr(begin, end - begin);
+        for (const std::size_t step : {1U, 2U, 3U, 5U, 7U}) {
+            WideString expected;
+            const auto recode = [&] {
+                const std::unique_ptr<text::IDecoder> decoder(text::DecoderManager().getDecoder(names[row].c_str()));
+                const std::unique_ptr<text::IEncoder> encoder(text::EncoderManager().getEncoder(names[row].c_str()));
+                WideString units(100, 0); units.clear(); std::string back(400, 0); back.clear(); bool failed = false;
+                for (std::size_t at = 0; at <= text.size(); at += step) {
+                    const std::string block = text.substr(at, step);
+                    const auto size = static_cast<unsigned int>(block.size());
+                    const bool last = at + step > text.size();
+                    const Action codings[] = {[&] { units += *decoder->doDecodeM2W(block.data(), size, last); },
+                                              [&] { back += *encoder->doEncodeW2M(longer.data(), size, last); }};
+                    for (const Action& coding : codings) {
+                        try { tried(coding); } catch (const std::bad_alloc&) { failed = true; }
+                    }
+                }
+                units += u'|' + WideString(back.begin(), back.end());
+                expected.empty() ? expected = units : u"";
+                EXPECT_EQ(units, expected);
+                if (failed) { throw std::bad_alloc(); }
+            };
+            recode();
+            everyAllocationFails(recode, static_cast<long>(row));
+        }
+    }
 }
 
 TEST_F(Faults, WithoutMemoryTheWriterGoesOnAsIfNothingHadBeen) {

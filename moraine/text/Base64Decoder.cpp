@@ -63,20 +63,24 @@ bool takeGroup(kernels::Walk<Element>& walk, char* group) {
 Base64Decoder::~Base64Decoder() = default;
 
 OwnedByteString Base64Decoder::doDecode(const char* bytes, unsigned int length, bool last) {
-    auto result = std::make_unique<ByteString>();
-    decodeRest(takeGroups(bytes, length, last, *result), *result);
-    return result;
+    return held.keptWithoutMemory([&] {
+        auto result = std::make_unique<ByteString>();
+        decodeRest(takeGroups(bytes, length, last, *result), *result);
+        return result;
+    });
 }
 
 OwnedWideString Base64Decoder::doDecodeM2W(const char* bytes, unsigned int length, bool last) {
-    auto result = std::make_unique<WideString>();
-    const Rest rest = takeGroups(bytes, length, last, *result);
-    try {
-        decodeRest(rest, *result);
-    } catch (lang::IllegalArgumentException& e) {
-        lang::passOn(e, getClassName());
-    }
-    return result;
+    return held.keptWithoutMemory([&] {
+        auto result = std::make_unique<WideString>();
+        const Rest rest = takeGroups(bytes, length, last, *result);
+        try {
+            decodeRest(rest, *result);
+        } catch (lang::IllegalArgumentException& e) {
+            lang::passOn(e, getClassName());
+        }
+        return result;
+    });
 }
 
 void Base64Decoder::clear() {

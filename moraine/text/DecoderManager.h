@@ -5,8 +5,9 @@
 
 namespace moraine::text {
 
-/// Makes decoders by name: "UTF-8", "BASE64" and "URL", in upper or lower case. There are no aliases, and blanks
-/// count. Stateless: any thread may use any manager. Both operations pass on `std::bad_alloc`.
+/// Makes decoders by name: "UTF-8", "BASE64" and "URL", in upper or lower case. Blanks count, and there are no
+/// aliases but those of the process's locale, by which letters are compared: under a UTF-8 locale the upper-case form
+/// of U+017F is "S". Stateless: any thread may use any manager. Both operations pass on `std::bad_alloc`.
 class MORAINE_API DecoderManager {
 public:
     /// Whether there is a decoder of this zero-terminated name.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <new>
 #include <string_view>
 
 #include "moraine/text/WideChar.h"
@@ -16,6 +17,18 @@ public:
     }
 
     void clear() noexcept { heldLength = 0; }
+
+    /// Decodes by @p decode. Without memory what is held is as before, so that the same block may come again.
+    template <class Decode>
+    auto keptWithoutMemory(Decode decode) {
+        const HeldBytes before = *this;
+        try {
+            return decode();
+        } catch (const std::bad_alloc&) {
+            *this = before;
+            throw;
+        }
+    }
 
     /// What was held with the block behind it; nothing is held any more. The bytes lie in the block itself where
     /// nothing was held, and otherwise in @p workText.

@@ -15,7 +15,8 @@ namespace moraine::text {
 ///
 /// Malformed input is reported by `lang::IllegalArgumentException`, and what the failing call had decoded is lost.
 /// A length is taken literally: 0 is an empty block, whose pointer is not read. Results are new, belong to the
-/// caller and are never null; making them passes on `std::bad_alloc`. An object serves one stream and one thread at a
+/// caller and are never null; making them passes on `std::bad_alloc`, and what is held is
+/// then as before, so that the same call may be made again. An object serves one stream and one thread at a
 /// time; separate objects are independent.
 class MORAINE_API IDecoder {
 public:

@@ -13,8 +13,9 @@ namespace moraine::text {
 /// and is ready for a new stream.
 ///
 /// Encoders accept every input. A length is taken literally: 0 is an empty block, whose pointer is not read.
-/// Results are new, belong to the caller and are never null; making them passes on `std::bad_alloc`. An object
-/// serves one stream and one thread at a time; separate objects are independent.
+/// Results are new, belong to the caller and are never null; making them passes on `std::bad_alloc`, and what is held
+/// is then as before, so that the same call may be made again. An object serves one stream and one thread at a time;
+/// separate objects are independent.
 class MORAINE_API IEncoder {
 public:
     IEncoder() = default;

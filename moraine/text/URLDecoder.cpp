@@ -10,11 +10,11 @@ namespace moraine::text {
 URLDecoder::~URLDecoder() = default;
 
 OwnedByteString URLDecoder::doDecode(const char* bytes, unsigned int length, bool last) {
-    return decode<ByteString>(bytes, length, last);
+    return held.keptWithoutMemory([&] { return decode<ByteString>(bytes, length, last); });
 }
 
 OwnedWideString URLDecoder::doDecodeM2W(const char* bytes, unsigned int length, bool last) {
-    return decode<WideString>(bytes, length, last);
+    return held.keptWithoutMemory([&] { return decode<WideString>(bytes, length, last); });
 }
 
 void URLDecoder::clear() {

@@ -17,8 +17,10 @@ OwnedByteString UTF8Decoder::doDecode(const char* bytes, unsigned int length, bo
 }
 
 OwnedWideString UTF8Decoder::doDecodeM2W(const char* bytes, unsigned int length, bool last) {
-    ByteString workText;
-    return doDecProcM2W(held.join(bytes, length, workText), last);
+    return held.keptWithoutMemory([&] {
+        ByteString workText;
+        return doDecProcM2W(held.join(bytes, length, workText), last);
+    });
 }
 
 void UTF8Decoder::clear() {

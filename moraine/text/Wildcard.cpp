@@ -8,7 +8,7 @@
 #include "moraine/lang/IllegalArgumentException.h"
 #include "moraine/lang/internal/Raise.h"
 #include "moraine/platform/Locale.h"
-#include "moraine/text/internal/Replace.h"
+#include "moraine/text/internal/Search.h"
 #include "moraine/text/internal/View.h"
 
 namespace moraine::text {
@@ -53,34 +53,6 @@ bool takesAll(View<Unit> pattern, const Unit* text) {
         }
     }
     return std::equal(pattern.begin() + static_cast<std::ptrdiff_t>(at), pattern.end(), text + at, takes<Unit>);
-}
-
-/// The index behind the first occurrence of a run of literals at or behind `from`; `npos` if there is none. Where a
-/// try fails, its units are not looked at again: the borders of the run tell how much of it still stands.
-template <class Unit>
-std::size_t findRunEnd(View<Unit> text, View<Unit> run, std::size_t from) {
-    std::vector<std::size_t> borders(run.size());  // of the first i + 1 units: the longest head that is also their end
-    const auto advance = [&](std::size_t taken, Unit unit) {
-        while (taken > 0 && run[taken] != unit) {
-            taken = borders[taken - 1];
-        }
-        return run[taken] == unit ? taken + 1 : 0;
-    };
-    for (std::size_t i = 1; i < run.size(); ++i) {
-        borders[i] = advance(borders[i - 1], run[i]);
-    }
-    for (std::size_t taken = 0; from < text.size(); ++from) {
-        if (taken == 0) {
-            from += findUnit(text.data() + from, text.size() - from, run[0]);
-            taken = from < text.size() ? 1 : 0;
-        } else {
-            taken = advance(taken, text[from]);
-        }
-        if (taken == run.size()) {
-            return from + 1;
-        }
-    }
-    return View<Unit>::npos;
 }
 
 /// Looks for a pattern without stars by following all places where it may stand at once, one bit for each place. So
@@ -170,7 +142,11 @@ std::size_t findEnd(View<Unit> text, View<Unit> pattern, std::size_t from) {
     }
     if (pattern.size() > fewUnits) {
         const bool isRun = std::none_of(pattern.begin(), pattern.end(), isMetacharacter<Unit>);
-        return isRun ? findRunEnd(text, pattern, from) : ParallelSearch<Unit>(pattern).findEnd(text, from);
+        if (!isRun) {
+            return ParallelSearch<Unit>(pattern).findEnd(text, from);
+        }
+        const std::size_t hit = Search<Unit>(pattern).find(text, from);
+        return hit == View<Unit>::npos ? hit : hit + pattern.size();
     }
     while (text.size() - from >= pattern.size()) {
         const std::size_t places = text.size() - pattern.size() + 1 - from;

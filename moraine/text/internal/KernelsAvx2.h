@@ -140,6 +140,16 @@ MORAINE_AVX2 inline WideChar* storeChosen(WideChar* out, __m128i units, std::uin
     return out + countBits(mask);
 }
 
+/// The bits of @p second where the mask has any, and those of @p first elsewhere. g++ 12 has the instruction for this
+/// do nothing where plain char has no sign.
+MORAINE_AVX2 inline __m256i chosen(__m256i first, __m256i second, __m256i mask) noexcept {
+    return _mm256_or_si256(_mm256_and_si256(mask, second), _mm256_andnot_si256(mask, first));
+}
+
+MORAINE_AVX2 inline __m128i chosen(__m128i first, __m128i second, __m128i mask) noexcept {
+    return _mm_or_si128(_mm_and_si128(mask, second), _mm_andnot_si128(mask, first));
+}
+
 /// What each of 16 bytes spells together with the two bytes behind it, if it leads a sequence of one to three bytes.
 /// A continuation byte gives some unit that is not zero.
 MORAINE_AVX2 inline __m256i spelledUnits(const char* bytes) noexcept {
@@ -151,8 +161,8 @@ MORAINE_AVX2 inline __m256i spelledUnits(const char* bytes) noexcept {
     const __m256i ofTwo = _mm256_or_si256(_mm256_slli_epi16(five, 6), second);
     const __m256i ofThree =
         _mm256_or_si256(_mm256_or_si256(_mm256_slli_epi16(lead, 12), _mm256_slli_epi16(second, 6)), third);
-    const __m256i units = _mm256_blendv_epi8(lead, ofTwo, _mm256_cmpgt_epi16(lead, _mm256_set1_epi16(0xBF)));
-    return _mm256_blendv_epi8(units, ofThree, _mm256_cmpgt_epi16(lead, _mm256_set1_epi16(0xDF)));
+    const __m256i units = chosen(lead, ofTwo, _mm256_cmpgt_epi16(lead, _mm256_set1_epi16(0xBF)));
+    return chosen(units, ofThree, _mm256_cmpgt_epi16(lead, _mm256_set1_epi16(0xDF)));
 }
 
 /// Decodes well-formed sequences of one to three bytes without zero units, until something else comes or fewer than
@@ -270,7 +280,7 @@ MORAINE_AVX2 inline char* encodeEightShort(__m128i units, char* out) noexcept {
     const __m128i ofTwo = _mm_cmpgt_epi16(units, _mm_set1_epi16(0x7F));
     const __m128i lead = _mm_or_si128(_mm_srli_epi16(units, 6), _mm_set1_epi16(0xC0));
     const __m128i trail = _mm_or_si128(_mm_and_si128(units, _mm_set1_epi16(0x3F)), _mm_set1_epi16(0x80));
-    const __m128i second = _mm_slli_epi16(_mm_blendv_epi8(units, trail, ofTwo), 8);
+    const __m128i second = _mm_slli_epi16(chosen(units, trail, ofTwo), 8);
     const auto mask = static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(ofTwo, _mm_setzero_si128())));
     store(out, _mm_shuffle_epi8(_mm_or_si128(lead, second), load(chosenFirst[mask])));
     return out + 8 + countBits(mask);
@@ -312,9 +322,9 @@ MORAINE_AVX2 inline char* encodeEight(__m128i eight, char* out) noexcept {
     const __m256i ofThree = _mm256_cmpgt_epi32(units, _mm256_set1_epi32(0x7FF));
     const __m256i first = _mm256_or_si256(_mm256_srli_epi32(units, 12), _mm256_set1_epi32(0xE0));
     const __m256i upper = _mm256_srli_epi32(units, 6);
-    const __m256i second = _mm256_blendv_epi8(_mm256_or_si256(upper, _mm256_set1_epi32(0xC0)),
-                                              _mm256_or_si256(_mm256_and_si256(upper, six), trail), ofThree);
-    const __m256i third = _mm256_blendv_epi8(units, _mm256_or_si256(_mm256_and_si256(units, six), trail), beyondAscii);
+    const __m256i second = chosen(_mm256_or_si256(upper, _mm256_set1_epi32(0xC0)),
+                                  _mm256_or_si256(_mm256_and_si256(upper, six), trail), ofThree);
+    const __m256i third = chosen(units, _mm256_or_si256(_mm256_and_si256(units, six), trail), beyondAscii);
     const __m256i forms =
         _mm256_or_si256(first, _mm256_or_si256(_mm256_slli_epi32(second, 8), _mm256_slli_epi32(third, 16)));
     const auto twoBits = static_cast<std::uint32_t>(_mm256_movemask_ps(_mm256_castsi256_ps(beyondAscii)));
@@ -454,7 +464,7 @@ MORAINE_AVX2 void decodeUrl(Walk<Element>& walk) noexcept {
     while (walk.left() >= 32 + 5) {
         const __m256i bytes = load32(walk.at);
         const __m256i isPlus = _mm256_cmpeq_epi8(bytes, _mm256_set1_epi8('+'));
-        storeWindow(walk.out, _mm256_blendv_epi8(bytes, _mm256_set1_epi8(' '), isPlus));
+        storeWindow(walk.out, chosen(bytes, _mm256_set1_epi8(' '), isPlus));
         const std::uint32_t others = ~unescaped(bytes, walk.out);
         const int run = others == 0 ? 32 : __builtin_ctz(others);
         walk.at += run;

@@ -1,6 +1,7 @@
 #include "moraine/util/validator/GenericValidator.h"
 
 #include <algorithm>
+#include <limits>
 #include <string_view>
 
 #include "moraine/text/internal/View.h"
@@ -18,11 +19,12 @@ constexpr auto isLetter = [](auto unit) { return (unit >= 'a' && unit <= 'z') ||
 constexpr auto isAsciiUnit = [](auto unit) { return unit >= 0 && unit <= 0x7F; };
 constexpr auto isLetterOrDigit = [](auto unit) { return isLetter(unit) || isDigit(unit); };
 
-/// The index of the first unit that does not belong, or -1.
+/// The index of the first unit that does not belong, or the greatest `int` if that does not hold it; -1 if all belong.
 template <class Unit, class Belongs>
 int firstOutside(View<Unit> text, Belongs belongs) {
     const auto index = static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), belongs) - text.begin());
-    return index == text.size() ? -1 : static_cast<int>(index);
+    constexpr auto most = static_cast<std::size_t>(std::numeric_limits<int>::max());
+    return index == text.size() ? -1 : static_cast<int>(std::min(index, most));
 }
 
 template <class Unit>

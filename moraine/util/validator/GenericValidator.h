@@ -10,7 +10,8 @@ namespace moraine::util::validator {
 ///
 /// The checks of characters, which end in `W` for `WideChar`s, take zero-terminated text and return the index of the
 /// first character that does not belong to the class, or -1 if all do or the text is empty. So 0 means that the very
-/// first one fails, and success is a comparison with -1. A null text counts as empty.
+/// first one fails, and success is a comparison with -1. An index that `int` does not hold is given as the greatest
+/// `int`. A null text counts as empty.
 class MORAINE_API GenericValidator {
 public:
     /// The first unit that is not one of `0` to `9`, or -1.
