@@ -30,7 +30,8 @@ void checkFile(Input input) {
     reads(properties, file, sizes, encoding);
     const std::string table = written(properties);
     const bool hasZero = table.find('\0') != std::string::npos;  // which in UTF-8 hides the rest of its block
-    const bool hasWide = std::any_of(table.begin(), table.end(), [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
+    const bool hasWide =
+        std::any_of(table.begin(), table.end(), [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
     for (const WideChar* const other : encodings) {
         const bool fits = reads(again, written(properties, other), "\xFF", other);
         const bool isKept = other == encodings[2] || (!hasZero && !(hasWide && other == encodings[1]));
