@@ -117,6 +117,36 @@ TEST(PropertyManager, FailuresFromElsewhere) {
     EXPECT_EQ(written(properties), "c=3;|");
 }
 
+TEST(PropertyManager, AValueEndsAtAZeroUnitAndTheNextOnesStay) {
+    PropertyManager properties;
+    Source url("a=1%00%002%00%0D%00%0Ab=3%00%0D%00%0Ac=%00%00");
+    properties.read(&url, u"URL");
+    EXPECT_EQ(written(properties), "a=1;b=3;c=;|");
+    EXPECT_EQ(shown(properties.get(u"a")) + shown(properties.get(u"c")), u"1");
+}
+
+TEST(PropertyManager, TheStreamMayChangeTheTableWhileItIsWritten) {
+    struct Changing : Sink {
+        unsigned int write(const char* data, unsigned int length) override {
+            if (writes == 0) {
+                table->remove(u"b"), table->remove(u"c"), table->put(u"bb", u"new"), table->put(u"a", u"late");
+            } else if (writes == 2) {
+                table->removeAll();
+            }
+            return Sink::write(data, length);
+        }
+        PropertyManager* table = nullptr;
+    } sink;
+    PropertyManager properties;
+    for (const WideChar* name : {u"e", u"d", u"c", u"b"}) {
+        properties.put(name, u"");
+    }
+    sink.table = &properties;
+    properties.write(&sink, u"UTF-8");
+    EXPECT_EQ(sink.joined(";"), "b=\r\n;bb=new\r\n;d=\r\n;;");
+    EXPECT_EQ(properties.count(), 0U);
+}
+
 TEST(PropertyManager, Table) {
     PropertyManager properties;
     for (const WideChar* name : {u"b", u"a", u"B", u"_", u"aa", u"0"}) {

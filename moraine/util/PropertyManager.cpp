@@ -1,6 +1,8 @@
 #include "moraine/util/PropertyManager.h"
 
 #include <algorithm>
+#include <limits>
+#include <map>
 #include <memory>
 #include <string_view>
 
@@ -10,11 +12,10 @@
 #include "moraine/text/DecoderManager.h"
 #include "moraine/text/EncoderManager.h"
 #include "moraine/text/internal/Scan.h"
-#include "moraine/text/internal/ShortUtf8.h"
 #include "moraine/text/internal/UnitCount.h"
+#include "moraine/text/internal/Utf8Buffer.h"
 #include "moraine/text/internal/View.h"
 #include "moraine/text/UnsupportedEncodingException.h"
-#include "moraine/util/internal/PropertyTable.h"
 
 namespace moraine::util {
 namespace {
@@ -39,7 +40,7 @@ WideString inLine(const WideChar* words, unsigned int lineNumber) {
 }
 
 /// Text that has been decoded and not yet consumed: from `start` to `end` in a buffer that does not grow.
-struct PendingText {
+struct LinesInHand {
     std::unique_ptr<WideChar[]> buffer{new WideChar[blockSize + 1]};
     unsigned int start = 0;
     unsigned int end = 0;
@@ -64,15 +65,29 @@ struct PendingText {
 
 }  // namespace
 
-PropertyManager::PropertyManager() : table(std::make_unique<PropertyTable>()) {}
+/// Values by name, in order of the names' units. A value's text stays where it is until its entry is removed.
+struct PropertyManager::Table : std::map<WideString, WideString, std::less<>> {
+    /// Adds an entry, unless there is one of that name. Names in order, as a file has them that was written here, are
+    /// not looked for.
+    void add(std::u16string_view name, std::u16string_view value) {
+        const bool isLast = empty() || rbegin()->first < name;
+        const auto next = isLast ? end() : lower_bound(name);
+        if (isLast || next == end() || next->first != name) {
+            emplace_hint(next, name, value);
+        }
+    }
+};
 
-PropertyManager::PropertyManager(const PropertyManager& other) : table(std::make_unique<PropertyTable>(*other.table)) {}
+PropertyManager::PropertyManager() : table(std::make_unique<Table>()) {}
+
+PropertyManager::PropertyManager(const PropertyManager& other) : table(std::make_unique<Table>(*other.table)) {}
 
 PropertyManager::~PropertyManager() = default;
 
 PropertyManager& PropertyManager::operator=(const PropertyManager& other) {
     if (this != &other) {
-        *table = *other.table;
+        Table copy(*other.table);
+        table->swap(copy);
     }
     return *this;
 }
@@ -86,7 +101,7 @@ void PropertyManager::read(io::InputStream* in, const WideChar* encoding) {
     }
     removeAll();
 
-    PendingText pending;
+    LinesInHand pending;
     unsigned int lineNumber = 1;
     const auto place = [&](const WideString& block) {
         if (!pending.place(block)) {
@@ -123,26 +138,36 @@ void PropertyManager::write(io::OutputStream* out, const WideChar* encoding) {
     } catch (text::UnsupportedEncodingException& e) {
         lang::passOn(e, getClassName());
     }
-    const bool utf8 = text::equal(encoder->getEncodeName(), u"UTF-8");
-    const auto send = [&](const WideString& piece, bool last) {
-        if (utf8 && piece.size() <= text::ShortUtf8::most) {
-            const text::ShortUtf8 bytes(piece);
-            out->write(bytes.data(), bytes.size());
-            return;
-        }
-        const OwnedByteString bytes = encoder->doEncodeW2M(piece.data(), text::unitCount(piece.size()), last);
-        out->write(bytes->data(), text::unitCount(bytes->size()));
-    };
+    const bool utf8 = text::isUtf8(*encoder);
+    constexpr std::size_t most =
+        std::numeric_limits<unsigned int>::max() / 4;  // of units, in one write in any encoding
+    text::Utf8Buffer bytes;
+    WideString name;
     WideString line;
-    table->forEach([&](std::u16string_view name, std::u16string_view value) {
-        line.assign(name).append(1, u'=').append(value).append(u"\r\n", 2);
-        send(line, false);
-    });
-    send(WideString(), true);
+    // The stream may change the table, so the next entry is found by the name of the one before.
+    for (auto entry = table->begin(); entry != table->end(); entry = table->upper_bound(name)) {
+        name = entry->first;
+        const WideString& value = entry->second;
+        if (utf8 && name.size() + value.size() < most) {
+            bytes.clear();
+            bytes.append(std::u16string_view(name));
+            bytes += u'=';
+            bytes.append(std::u16string_view(value));
+            bytes += u"\r\n";
+            out->write(bytes.text().data(), static_cast<unsigned int>(bytes.size()));
+        } else {
+            line.assign(name).append(1, u'=').append(value).append(u"\r\n", 2);
+            const OwnedByteString piece = encoder->doEncodeW2M(line.data(), text::unitCount(line.size()), false);
+            out->write(piece->data(), text::unitCount(piece->size()));
+        }
+    }
+    const OwnedByteString rest = encoder->doEncodeW2M(nullptr, 0, true);
+    out->write(rest->data(), text::unitCount(rest->size()));
 }
 
 const WideChar* PropertyManager::get(const WideChar* name) {
-    return name == nullptr ? nullptr : table->find(view(name));
+    const auto entry = name == nullptr ? table->end() : table->find(view(name));
+    return entry == table->end() ? nullptr : entry->second.c_str();
 }
 
 void PropertyManager::put(const WideChar* name, const WideChar* value) {
@@ -154,13 +179,14 @@ void PropertyManager::put(const WideChar* name, const WideChar* value) {
 }
 
 void PropertyManager::remove(const WideChar* name) {
-    if (name != nullptr) {
-        table->remove(view(name));
+    const auto entry = name == nullptr ? table->end() : table->find(view(name));
+    if (entry != table->end()) {
+        table->erase(entry);
     }
 }
 
 void PropertyManager::removeAll() {
-    *table = PropertyTable();
+    table->clear();
 }
 
 unsigned int PropertyManager::count() {
@@ -219,7 +245,9 @@ void PropertyManager::readProperty(const WideChar* text, unsigned int start, uns
     while (valueEnd > value && valueEnd[-1] == u'\r') {
         --valueEnd;
     }
-    table->add(name, {value, static_cast<std::size_t>(valueEnd - value)});
+    // A value ends at its first zero unit, as all zero-terminated text does.
+    const auto length = static_cast<std::size_t>(valueEnd - value);
+    table->add(name, {value, text::scan::find(value, length, 0)});
 }
 
 }  // namespace moraine::util

@@ -9,8 +9,6 @@
 
 namespace moraine::util {
 
-class PropertyTable;
-
 /// A table of named texts that is read from and written to any stream in any encoding that the library has.
 ///
 /// A property file is a list of lines `name=value`. There is no quoting, no escape, no continuation and no trimming:
@@ -18,10 +16,12 @@ class PropertyTable;
 /// - a line that begins with a line feed, a carriage return or `#` is passed over; one that begins with a blank is
 ///   refused;
 /// - a name has at least one of `a` to `z`, `A` to `Z`, `0` to `9` and `_`, and nothing else;
-/// - the value is all behind the first `=`, less the carriage returns at its end. It may be empty;
+/// - the value is all after the first `=`, less the carriage returns at its end, and ends at its first zero unit, which
+///   "BASE64" and "URL" can bring in. It may be empty;
 /// - of two lines with one name the first one counts.
 ///
-/// The table is written in order of the names' units. An object is used by one thread at a time. Copies are deep.
+/// The table is written in order of the names' units. Streams are borrowed, for the time of the call, and must not be
+/// null. An object is used by one thread at a time. Copies are deep.
 class MORAINE_API PropertyManager {
 public:
     /// An empty table.
@@ -40,10 +40,13 @@ public:
     /// The text in hand is never more than 10240 units: what is left of the last block, which ends inside a line, and
     /// the next block. A line is therefore too long from somewhat less than that on; and since a block of 10240 units
     /// fits only at the very start, so is the second block of a stream that delivers full blocks of one-byte
-    /// characters, however short its lines. A file of 20480 such characters or more is refused in that way; put a
-    /// stream that hands out smaller pieces, say 4096 bytes at a time, between the file and this operation.
+    /// characters, however short its lines. A file of 20480 such characters or more is refused in that way, and one of
+    /// a few less unless a line ends with its first block; put a stream that hands out smaller pieces, say 4096 bytes
+    /// at a time, between the file and this operation.
     ///
-    /// With "UTF-8" a zero byte hides all that follows it in its block, without a failure.
+    /// With "UTF-8" a zero byte hides all that follows it in its block, without a failure; a byte order mark fails in
+    /// line 1; a byte of Latin-1 above 0x7F swallows one to three bytes after it, a line end among them; a character of
+    /// four bytes, beyond U+FFFF, becomes the unit of its low 16 bits.
     ///
     /// A failure leaves the properties of the lines in front of it in the table, and the stream partly read.
     /// @throws text::UnsupportedEncodingException if the encoding is not known; the table is as it was
@@ -59,9 +62,10 @@ public:
     /// What else the stream throws, and `std::bad_alloc`, passes through.
     void read(io::InputStream* in, const WideChar* encoding);
 
-    /// Writes all entries in order, each with "\r\n" behind it. The stream is neither flushed nor closed. Names and
-    /// values that the format can hold read back as they are; a value must have no line feed and no carriage return at
-    /// its end.
+    /// Writes all entries in order, each with "\r\n" after it. The stream is neither flushed nor closed. It may change
+    /// this table while it is written to: what it adds after the entry of that moment is written, what it removes is
+    /// not. Names and values that the format can hold read back as they are; a value must have no line feed and no
+    /// carriage return at its end.
     /// @throws text::UnsupportedEncodingException if the encoding is not known
     /// @throws lang::IllegalArgumentException if @p encoding is null
     /// @throws std::length_error if a line has 2^32 units, or bytes, or more; those in front of it are written
@@ -94,7 +98,8 @@ protected:
     bool check4VariableUseableChar(WideChar c);
 
     /// Reads the complete lines of `text` from @p start up to @p end, and the last one even if no line feed ends it
-    /// where @p atEnd is true. Returns where it stopped; @p lineNumber is then the number of the line there.
+    /// where @p atEnd is true. Nothing from @p end on is looked at. Returns where it stopped; @p lineNumber is then the
+    /// number of the line there.
     unsigned int readProc(WideChar* text, unsigned int start, unsigned int end, bool atEnd, unsigned int& lineNumber);
 
 private:
@@ -103,7 +108,8 @@ private:
     void readProperty(const WideChar* text, unsigned int start, unsigned int lineEnd, unsigned int end,
                       unsigned int lineNumber);
 
-    std::unique_ptr<PropertyTable> table;
+    struct Table;
+    const std::unique_ptr<Table> table;
 };
 
 }  // namespace moraine::util

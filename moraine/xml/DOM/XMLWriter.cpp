@@ -11,16 +11,17 @@
 #include "moraine/text/EncoderManager.h"
 #include "moraine/text/internal/Scan.h"
 #include "moraine/text/internal/UnitCount.h"
+#include "moraine/text/internal/Utf8Buffer.h"
 #include "moraine/text/UnsupportedEncodingException.h"
 #include "moraine/text/UTF8Decoder.h"
 #include "moraine/xml/DOM/Declaration.h"
 #include "moraine/xml/internal/TextForms.h"
-#include "moraine/xml/internal/Utf8Buffer.h"
 
 namespace moraine::xml::DOM {
 namespace {
 
 using text::unitCount;
+using text::Utf8Buffer;
 
 /// From so many attributes on their names are looked up instead of compared one by one.
 constexpr unsigned int manyAttributes = 16;
@@ -84,7 +85,7 @@ XMLWriter::XMLWriter(io::OutputStream* target, const WideChar* encoding, bool in
                                                         lang::message(u"Unsupported encoding. : ", encoding));
     }
     encoder.reset(manager.getEncoder(encoding));
-    utf8 = text::equal(encoder->getEncodeName(), u"UTF-8");
+    utf8 = text::isUtf8(*encoder);
     Declaration declaration;
     declaration.setEncoding(encoding);
     piece->append(std::u16string_view(*declaration.getReferenceString()));

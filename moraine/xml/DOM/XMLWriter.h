@@ -11,11 +11,11 @@
 #include "moraine/text/IEncoder.h"
 #include "moraine/text/WideChar.h"
 
-namespace moraine::xml {
-
+namespace moraine::text {
 class Utf8Buffer;
+}
 
-namespace DOM {
+namespace moraine::xml::DOM {
 
 /// Writes an XML document to a stream, call by call, in document order.
 ///
@@ -127,10 +127,10 @@ private:
     void sendPiece();
     void encodeAndSend(const WideChar* text, std::size_t length, bool last);
 
-    io::OutputStream* stream;               // borrowed
-    std::vector<OpenElement> openElements;  // outermost first
-    std::unique_ptr<Utf8Buffer> tags;       // theirs, as far as they are to be written, one behind the other
-    WideString attributeNames;              // the innermost one's, a zero unit behind each
+    io::OutputStream* stream;                // borrowed
+    std::vector<OpenElement> openElements;   // outermost first
+    std::unique_ptr<text::Utf8Buffer> tags;  // theirs, as far as they are to be written, one behind the other
+    WideString attributeNames;               // the innermost one's, a zero unit behind each
     unsigned int attributeCount = 0;
     std::set<WideString> manyAttributeNames;  // the first ones of them again, once they are many,
     std::size_t namedAttributes = 0;          // up to this place in `attributeNames`
@@ -138,11 +138,10 @@ private:
     bool indent;
     int lastWritten = 0;  // the kind of the piece written last
     std::unique_ptr<text::IEncoder> encoder;
-    bool utf8;                          // the encoder has nothing to do
-    std::unique_ptr<Utf8Buffer> piece;  // what is being written
-    bool closed = false;                // and nothing was written since
-    std::exception_ptr broken;          // what every further call throws
+    bool utf8;                                // the encoder has nothing to do
+    std::unique_ptr<text::Utf8Buffer> piece;  // what is being written
+    bool closed = false;                      // and nothing was written since
+    std::exception_ptr broken;                // what every further call throws
 };
 
-}  // namespace DOM
-}  // namespace moraine::xml
+}  // namespace moraine::xml::DOM

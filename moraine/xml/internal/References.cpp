@@ -4,8 +4,8 @@
 #include <string_view>
 
 #include "moraine/text/internal/Scan.h"
+#include "moraine/text/internal/Utf8Buffer.h"
 #include "moraine/text/StringUtil.h"
-#include "moraine/xml/internal/Utf8Buffer.h"
 
 namespace moraine::xml {
 namespace {
@@ -261,7 +261,7 @@ void appendReferences(Target& target, const WideChar* text, std::size_t length) 
 }
 
 template void appendReferences(WideString& target, const WideChar* text, std::size_t length);
-template void appendReferences(Utf8Buffer& target, const WideChar* text, std::size_t length);
+template void appendReferences(text::Utf8Buffer& target, const WideChar* text, std::size_t length);
 
 void appendResolved(WideString& target, const WideChar* text, std::size_t length, Resolve which) {
     Resolver(target, {text, length}, which).run();

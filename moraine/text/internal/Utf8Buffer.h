@@ -5,10 +5,16 @@
 #include <memory>
 #include <string_view>
 
+#include "moraine/text/IEncoder.h"
 #include "moraine/text/internal/Scan.h"
 #include "moraine/text/WideChar.h"
 
-namespace moraine::xml {
+namespace moraine::text {
+
+/// Whether an encoder gives what a `Utf8Buffer` gathers.
+inline bool isUtf8(const IEncoder& encoder) noexcept {
+    return equal(encoder.getEncodeName(), u"UTF-8");
+}
 
 /// Text that is gathered as UTF-8 from many small pieces. What is appended is not filled with zeros first, and a piece
 /// that fits costs no call.
@@ -61,7 +67,7 @@ public:
     }
 
     void append(std::u16string_view text) {
-        const std::size_t ascii = text::scan::narrowAscii(text.data(), text.size(), extension(text.size()));
+        const std::size_t ascii = scan::narrowAscii(text.data(), text.size(), extension(text.size()));
         used += ascii;
         if (ascii < text.size()) {
             appendEncoded(text.substr(ascii));
@@ -90,4 +96,4 @@ private:
     std::size_t room = least;
 };
 
-}  // namespace moraine::xml
+}  // namespace moraine::text

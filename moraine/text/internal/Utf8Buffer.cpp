@@ -1,4 +1,4 @@
-#include "moraine/xml/internal/Utf8Buffer.h"
+#include "moraine/text/internal/Utf8Buffer.h"
 
 #include <algorithm>
 #include <new>
@@ -6,7 +6,7 @@
 
 #include "moraine/text/internal/Kernels.h"
 
-namespace moraine::xml {
+namespace moraine::text {
 
 void Utf8Buffer::grow(std::size_t count) {
     const std::size_t roomy = std::max(used + count, 2 * room);
@@ -28,9 +28,9 @@ void Utf8Buffer::moveTo(std::unique_ptr<char[]> roomy, std::size_t size) noexcep
 }
 
 void Utf8Buffer::appendEncoded(std::u16string_view text) {
-    const std::size_t size = text::kernels::utf8Size(text.data(), text.size());
-    text::kernels::encodeUtf8(text.data(), text.size(), extension(size));
+    const std::size_t size = kernels::utf8Size(text.data(), text.size());
+    kernels::encodeUtf8(text.data(), text.size(), extension(size));
     used += size;
 }
 
-}  // namespace moraine::xml
+}  // namespace moraine::text
