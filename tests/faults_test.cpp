@@ -1,7 +1,9 @@
 #include "xml_support.h"
 
+#include <climits>
 #include <csignal>
 #include <dlfcn.h>
+#include <malloc.h>
 #include <sys/stat.h>
 
 #include "moraine/io/FileInputStream.h"
@@ -16,6 +18,7 @@
 #include "moraine/util/PropertyManager.h"
 #include "moraine/xml/DOM/Declaration.h"
 #include "moraine/xml/DOM/Element.h"
+#include "moraine/xml/DOM/Text.h"
 #include "moraine/xml/DOM/XMLWriter.h"
 
 // clang-format off
@@ -26,6 +29,11 @@ struct Injection {
     long wanted, count, live;
     bool lasting, fromC, armed;
 };
+
+/// The bytes that `new` gave: all of them, and those that `delete` has not got yet.
+struct Bytes { long given, live; };
+static thread_local Bytes bytes;
+
 static thread_local Injection injection;
 
 /// Goes on to what stands behind the operators of this program: those of the runtime, or of a sanitizer.
@@ -35,8 +43,13 @@ static Result pass(const char* symbol, Arguments... arguments) {
     return next(arguments...);
 }
 static std::size_t allowed(std::size_t size) { return injection.fails(false) ? throw std::bad_alloc() : size; }
-static void* taken(void* block) { return ++injection.live, block; }
-static void* given(void* block) { return injection.live -= block != nullptr, block; }
+static void* taken(void* block) {
+    const auto size = static_cast<long>(::malloc_usable_size(block));
+    return ++injection.live, bytes.given += size, bytes.live += size, block;
+}
+static void* given(void* block) {
+    return injection.live -= block != nullptr, bytes.live -= static_cast<long>(::malloc_usable_size(block)), block;
+}
 void* operator new(std::size_t size) { return taken(pass<0, void*>("_Znwm", allowed(size))); }
 void* operator new[](std::size_t size) { return taken(pass<1, void*>("_Znam", allowed(size))); }
 void operator delete(void* block) noexcept { pass<0, void>("_ZdlPv", given(block)); }
@@ -228,6 +241,61 @@ TEST_F(Faults, WithoutMemoryTheWriterGoesOnAsIfNothingHadBeen) {
         write();  // nothing fails
         everyAllocationFails(write);
     }
+}
+
+TEST_F(Faults, BytesThatAreTakenFollowTheInputAndGoBack) {
+    const auto piecewise = [](std::size_t n, auto put) {
+        const std::string piece(100, 'p');
+        for (std::size_t i = 0; i < n; i += 100) { put(piece.data(), 100U); }
+    };
+    const auto read = [](std::size_t n, const std::string& open, const std::string& unit, const std::string& close) {
+        std::string text = head + open;
+        for (std::size_t i = 0; i < n; i += unit.size()) { text += unit; }
+        Source source(text += close); XMLReader reader(&source);
+        const long before = bytes.given;
+        try { while (reader.doRead()) {} } catch (const DataFormatException&) {}  // elements stay open
+        return bytes.given - before;
+    };
+    const std::function<long(std::size_t)> rows[] = {  // which take some bytes of `new` for each of n
+        [&](std::size_t n) { MemoryInputStream in; piecewise(n, [&](auto... b) { in.addBytes(b...); }); return 0L; },
+        [&](std::size_t n) { MemoryInputStream in; char one[100];  // of which half is read at once
+                             piecewise(n, [&](auto... b) { in.addBytes(b...), in.read(one, 50); }); return 0L; },
+        [&](std::size_t n) { return read(n, "<a>", "text &amp; more ", "</a>"); },
+        [&](std::size_t n) { return read(n, "<a b='", "value &#65; ", "'/>"); },
+        [&](std::size_t n) { return read(n, "<!--", "comment - ", "-->"); },
+        [&](std::size_t n) { return read(n, "<a>", "<b>", ""); },
+        [&](std::size_t n) { return read(n, "<a ", "b='c' ", "/>"); },
+        [&](std::size_t n) { Element e; for (; n > 9; n -= 9) { e.appendChild(new Element); } return 0L; },
+        [&](std::size_t n) { const WideString all(n, u'a'), search = WideString(n / 2, u'a') + u"b";
+                             text::StringUtil().doReplaceW(all.data(), unsigned(n), search.data(), u"c"); return 0L; },
+        [&](std::size_t n) { const WideString all(n, u'<'); xml::DOM::Text node; node.setValue(all.data(), unsigned(n));
+                             node.getReferenceString(); return 0L; }};
+    for (const auto& row : rows) {
+        long taken[2] = {};
+        for (const std::size_t twice : {0U, 1U}) {
+            const Bytes before = bytes;
+            const long told = row((std::size_t{1} << 17) << twice << twice);
+            taken[twice] = told > 0 ? told : bytes.given - before.given;
+            EXPECT_EQ(bytes.live, before.live);
+            EXPECT_GT(taken[twice], 10000);
+        }
+        EXPECT_LT(taken[1], 6 * taken[0]) << "of row " << &row - rows << ": four times the input took " << taken[1];
+    }
+    MemoryInputStream in; const std::string much(1 << 20, 'x');
+    const long before = bytes.live;
+    in.setBytes("0123456789", 10), in.addBytes(much.data(), 1 << 20), in.skip(1 << 20), in.addBytes("end", 3);
+    EXPECT_LT(bytes.live - before, 1 << 18) << "a backlog that has been read stays";
+    char rest[20]; EXPECT_EQ(std::string(rest, in.read(rest, 20)), "xxxxxxxxxxend");
+}
+
+TEST_F(Faults, MemoryStreamsToTheirEnd) {
+    MemoryOutputStream out; Sink target;
+    out.write("x", 1);
+    EXPECT_THROW(out.write("", UINT_MAX), std::bad_alloc) << "more than 4 GiB less one byte";
+    EXPECT_TRUE(out.getSize() == 1 && out.write(nullptr, 0) == 0);
+    struct : Sink { void flush() override { ++flushes; } int flushes = 0; } closing;
+    out.writeto(&closing);
+    EXPECT_TRUE(closing.joined("|") == "x|" && closing.flushes == 1 && closing.closes == 1);
 }
 
 TEST_F(Faults, NamesThatLeadNowhere) {

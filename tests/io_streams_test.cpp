@@ -1,12 +1,15 @@
 #include "support.h"
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <climits>
 #include <csignal>
+#include <functional>
 #include <thread>
 #include <tuple>
 
@@ -208,6 +211,97 @@ TEST_F(FileStreams, InterruptedCallsLoseNothing) {
     reader.join(), writer.join();
     ::sigaction(SIGUSR1, &former, nullptr);
     EXPECT_TRUE(taken == data.size() && count == data.size() && received == data) << taken << ' ' << count;
+}
+
+TEST_F(FileStreams, WhatMayNotBeWrittenIsNotCut) {
+    const WideString name = directory.name(u"a"), message = u"This file or directoy is System file. : " + name;
+    const mode_t former = ::umask(0222);  // a new file is one that nobody may write
+    FileOutputStream(name.c_str()).write("first", 5);
+    ::umask(former);
+    EXPECT_EQ(contentOf(directory.path("a")), "first");
+    if (::geteuid() == 0) {  // whom the system lets open it
+        FileOutputStream refused;
+        expectFailure<IOException>([&] { refused.setFileName(name.c_str()); }, message, outClass);
+        EXPECT_EQ(contentOf(directory.path("a")), "first");
+        for (const mode_t writable : {0020U, 0002U}) {  // by others than the owner
+            ::chmod(directory.path("a").c_str(), writable);
+            EXPECT_EQ(FileOutputStream(name.c_str()).write("x", 1), 1U);
+        }
+    }
+    std::filesystem::create_symlink("made", directory.path("link"));
+    EXPECT_EQ(FileOutputStream(directory.name(u"link").c_str()).write(nullptr, 0), 0U);
+    EXPECT_EQ(contentOf(directory.path("made")), "");
+    EXPECT_EQ(FileOutputStream(u"/dev/null").write("x", 1), 1U);
+    EXPECT_EQ(FileInputStream(u"/dev/null").read(nullptr, 0), 0U);
+}
+
+TEST_F(FileStreams, WhatCouldNotBeWrittenLeavesNoHole) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit limit{70000, RLIM_INFINITY};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        FileOutputStream out(directory.name(u"a").c_str());
+        const std::string data(60000, 'd');
+        out.write(data.data(), 60000);
+        out.skip(-1);
+        out.write(data.data(), 20000);
+        expectFailure<IOException>([&] { out.skip(5); }, range + u"80004 < 0", outClass);
+        limit.rlim_cur = RLIM_INFINITY;
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        out.write("end", 3);
+        out.close();
+        EXPECT_TRUE(contentOf(directory.path("a")) == std::string(70000, 'd') + "end");
+        ::_exit(HasFailure());
+    }
+    int status = -1;
+    EXPECT_TRUE(::waitpid(child, &status, 0) == child && status == 0);
+}
+
+/// Runs @p action on a thread that is cancelled meanwhile; whether the thread ended by that.
+bool isCancelledIn(const std::function<void()>& action) {
+    struct Start {
+        std::function<void()> action;
+        std::atomic<bool> begun{false};
+    } start{action, {}};
+    const auto entry = [](void* argument) -> void* {
+        auto& given = *static_cast<Start*>(argument);
+        given.begun = true;
+        given.action();
+        return nullptr;
+    };
+    pthread_t thread{};
+    EXPECT_EQ(::pthread_create(&thread, nullptr, entry, &start), 0);
+    while (!start.begun) {
+        ::usleep(500);
+    }
+    ::usleep(5000);
+    ::pthread_cancel(thread);
+    void* result = nullptr;
+    ::pthread_join(thread, &result);
+    return result == PTHREAD_CANCELED;
+}
+
+TEST_F(FileStreams, ThreadsAreCancelledInReadingAndAfterAnythingElse) {
+    ASSERT_EQ(::mkfifo(directory.path("pipe").c_str(), 0600), 0);
+    const int other = ::open(directory.path("pipe").c_str(), O_RDWR | O_CLOEXEC);
+    EXPECT_TRUE(isCancelledIn([&] {
+        FileInputStream in(directory.name(u"pipe").c_str());
+        char byte = 0;
+        in.read(&byte, 1);
+    }));
+    EXPECT_TRUE(isCancelledIn([&] {
+        ::pthread_cancel(::pthread_self());
+        {
+            FileOutputStream out(directory.name(u"a").c_str());
+            out.write("all", 3), out.skip(-1), out.write("l", 1), out.flush();
+            FileInputStream in(directory.name(u"a").c_str());
+            in.skip(1);
+        }
+        ::pthread_testcancel();
+    }));
+    EXPECT_EQ(contentOf(directory.path("a")), "all");
+    ::close(other);
 }
 
 TEST_F(FileStreams, PipesCannotBeMovedAndOnlySkipReportsAFullDevice) {

@@ -5,6 +5,7 @@
 #include "moraine/lang/IllegalArgumentException.h"
 #include "moraine/text/StringUtil.h"
 #include "moraine/text/Wildcard.h"
+#include "moraine/xml/XMLStringUtil.h"
 
 namespace moraine::test {
 namespace {
@@ -25,8 +26,44 @@ TEST(StringUtil, RefusalsNameTheirClass) {
     using text::Wildcard;
     const std::vector<WideString> layers = {u"moraine::text::StringUtil"}, inWildcard = {u"moraine::text::Wildcard"};
     expectFailure<IllegalArgumentException>([] { StringUtil().fromHexString("a", 1); }, u"", layers);
-    expectFailure<IllegalArgumentException>([] { StringUtil().fromHexStringW(u"a", 1); }, u"", layers);
+    for (const WideChar* digit : {u"a", u"G", u"@", u"/", u":", u"\u0130", u"\uFF11"}) {
+        expectFailure<IllegalArgumentException>([&] { StringUtil().fromHexStringW(digit, 1); }, u"", layers);
+    }
     expectFailure<IllegalArgumentException>([] { Wildcard().isMatch("a", "**"); }, u"Invalid pattern. : 1", inWildcard);
+}
+
+TEST(StringUtil, ReplacesWhatDoesNotOverlap) {
+    const WideString a(600, u'a');
+    const std::tuple<WideString, WideString, WideString> rows[] = {
+        {u"aaaa", u"aa", u"xx"}, {u"aaaaa", u"aa", u"xxa"}, {u"abababa", u"aba", u"xbx"}, {u"ababab", u"abab", u"xab"},
+        {u"a\u0161a", u"a", u"x\u0161x"}, {u"\u0161", u"a", u"\u0161"}, {u"aab", u"ab", u"ax"},
+        {a + u"b", a.substr(1) + u"b", u"ax"}, {a + u"ba" + a, a.substr(300) + u"b", a.substr(300) + u"xa" + a},
+        {a + u"c" + a + u"b", a.substr(599) + u"b", a + u"c" + a.substr(1) + u"x"},
+        {a + a + u"b", a + u"c" + a, a + a + u"b"}};  // where trying costs too much
+    for (const auto& [text, search, result] : rows) {
+        const auto length = static_cast<unsigned int>(text.size());
+        EXPECT_EQ(*StringUtil().doReplaceW(text.data(), length, search.c_str(), u"x"), result);
+        const std::string bytes(text.begin(), text.end()), narrow(search.begin(), search.end());
+        if (text.find_first_of(u"\u0161") == WideString::npos) {
+            EXPECT_EQ(*StringUtil().doReplace(bytes.data(), length, narrow.c_str(), "x"),
+                      std::string(result.begin(), result.end()));
+        }
+    }
+}
+
+TEST(StringUtil, UnitsCountWhole) {
+    text::Wildcard wildcard;
+    for (const WideChar* pattern : {u"A", u"*A", u"A*", u"*A*", u"*bcdefghA*", u"*bcdefgh?jA*", u"*bcdefghijklmnopqA"}) {
+        EXPECT_FALSE(wildcard.isMatchW(u"\u0141", pattern));
+        EXPECT_FALSE(wildcard.isMatchW(u"\u0141bcdefgh\u0141bcdefghij\u0141bcdefghijklmnopq\u0141", pattern)) << pattern;
+    }
+    EXPECT_TRUE(!text::equal(u"a", u"ab") && !text::equal(u"ab", u"a") && !text::equal(u"A", u"\u0141"));
+    EXPECT_TRUE(text::equal(nullptr, u"") && text::equal(u"\u0141", u"\u0141"));
+    const std::pair<WideString, WideString> rows[] = {
+        {u"&#+65;", u"A"}, {u"&#x+41;", u"&#x+41;"}, {u"&#+;", u"&#+;"}, {u"&#+-65;", u"&#+-65;"}};
+    for (const auto& [text, result] : rows) {
+        EXPECT_EQ(*xml::XMLStringUtil().reference2String(text.data(), static_cast<unsigned int>(text.size())), result);
+    }
 }
 
 TEST(StringUtil, CaseAndMultibyteTextByTheLocale) {

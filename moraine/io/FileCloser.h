@@ -3,11 +3,13 @@
 #include <cstdio>
 #include <memory>
 
+#include "moraine/Export.h"
+
 namespace moraine::io {
 
 /// Closes an open file at the end of its owner's life.
 struct FileCloser {
-    void operator()(std::FILE* file) const noexcept { std::fclose(file); }
+    MORAINE_API void operator()(std::FILE* file) const noexcept;
 };
 
 using OwnedFile = std::unique_ptr<std::FILE, FileCloser>;

@@ -4,6 +4,7 @@
 
 #include "moraine/io/internal/FileOperations.h"
 #include "moraine/platform/File.h"
+#include "moraine/platform/Thread.h"
 
 namespace moraine::io {
 namespace {
@@ -29,6 +30,9 @@ unsigned int FileInputStream::read(char* buffer, unsigned int length) {
     if (!file) {
         lang::raise<IOException>(getClassName(), notOpen);
     }
+    if (length == 0) {
+        return 0;  // with a null pointer, perhaps
+    }
     std::size_t count = std::fread(buffer, 1, length, file.get());
     while (count < length && std::ferror(file.get()) != 0 && errno == EINTR) {
         std::clearerr(file.get());
@@ -45,6 +49,7 @@ void FileInputStream::skip(long count) {
     if (!file) {
         lang::raise<IOException>(getClassName(), notOpen);
     }
+    const platform::CancellationHold hold;
     seekWithin(file.get(), std::ftell(file.get()), count, fileSize, getClassName());
 }
 

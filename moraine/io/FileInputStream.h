@@ -14,7 +14,9 @@ namespace moraine::io {
 /// system gets it as UTF-8, whatever the locale; a name that holds half a surrogate pair opens no file. The file is
 /// not inherited by programs that the process starts.
 ///
-/// A stream is open or not open. It owns its file and closes it at its own end. One thread at a time; not copyable.
+/// A stream is open or not open. It owns its file and closes it at its own end. What a signal interrupts goes on. A
+/// thread may be cancelled in `read`, whose bytes so far are then lost, and in no other operation. One thread at a
+/// time; not copyable.
 class MORAINE_API FileInputStream : public InputStream {
 public:
     /// A stream that is not open.
@@ -32,7 +34,7 @@ public:
     FileInputStream& operator=(const FileInputStream& other) = delete;
 
     /// Reads up to @p length bytes and returns how many, which may be fewer; 0 at the end of the file. A failing
-    /// device also ends the data.
+    /// device also ends the data. @p buffer may be null where @p length is 0.
     /// @throws IOException "The file is not open."
     unsigned int read(char* buffer, unsigned int length) override;
 

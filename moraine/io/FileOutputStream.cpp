@@ -3,6 +3,7 @@
 #include "moraine/io/internal/FileOperations.h"
 #include "moraine/io/internal/WithoutBuffer.h"
 #include "moraine/platform/File.h"
+#include "moraine/platform/Thread.h"
 
 namespace moraine::io {
 namespace {
@@ -28,11 +29,16 @@ unsigned int FileOutputStream::write(const char* data, unsigned int length) {
     if (!file) {
         lang::raise<IOException>(getClassName(), notOpen);
     }
+    if (length == 0) {
+        return 0;  // with a null pointer, perhaps
+    }
+    const platform::CancellationHold hold;
     return static_cast<unsigned int>(std::fwrite(data, 1, length, file.get()));
 }
 
 void FileOutputStream::flush() {
     if (file) {
+        const platform::CancellationHold hold;
         static_cast<void>(std::fflush(file.get()));
     }
 }
@@ -45,7 +51,12 @@ void FileOutputStream::skip(long count) {
     if (!file) {
         lang::raise<IOException>(getClassName(), notOpen);
     }
+    const platform::CancellationHold hold;
     const long current = std::ftell(file.get());
+    if (std::fflush(file.get()) != 0) {
+        // What could not be written is gone. To move back to where it would have ended would leave a hole in its place.
+        lang::raise<IOException>(getClassName(), beyondStart(moved(current, count)));
+    }
     const long end = std::fseek(file.get(), 0, SEEK_END) == 0 ? std::ftell(file.get()) : -1;
     seekWithin(file.get(), current, count, end, getClassName());
 }

@@ -15,9 +15,9 @@ namespace moraine::io {
 /// not inherited by programs that the process starts.
 ///
 /// A stream is open or not open. It owns its file and closes it at its own end. Neither `flush` nor `close` reports
-/// that the system could not take what was written. What a signal interrupts goes on. A pipe that nobody reads raises
-/// SIGPIPE, as for the system's own writing, which ends a program that does not ignore it. One thread at a time; not
-/// copyable.
+/// that the system could not take what was written. What a signal interrupts goes on, and a thread is not cancelled in
+/// an operation but after it. A pipe that nobody reads raises SIGPIPE, as for the system's own writing, which ends a
+/// program that does not ignore it. One thread at a time; not copyable.
 class MORAINE_API FileOutputStream : public OutputStream {
 public:
     /// A stream that is not open.
@@ -34,7 +34,8 @@ public:
     ~FileOutputStream() override;
     FileOutputStream& operator=(const FileOutputStream& other) = delete;
 
-    /// Takes @p length bytes and returns how many it took, which may be fewer where the system takes no more.
+    /// Takes @p length bytes and returns how many it took, which may be fewer where the system takes no more. @p data
+    /// may be null where @p length is 0.
     /// @throws IOException "The file is not write." if the stream is not open
     unsigned int write(const char* data, unsigned int length) override;
 
@@ -45,7 +46,8 @@ public:
     void close() override;
 
     /// Moves by @p count bytes, at most to the end of the file as it is at that moment, what was written included.
-    /// The position is unchanged when this throws.
+    /// The position is unchanged when this throws, but where what was written cannot be handed to the system: that is
+    /// lost then, and the position is where the rest ends.
     /// @throws IOException if the target lies outside the file, if the file has no position to move (a pipe), if what
     ///         was written cannot be handed to the system, or "The file is not write." if the stream is not open
     virtual void skip(long count);
@@ -55,8 +57,9 @@ public:
     /// @throws lang::IllegalArgumentException without a message, if @p name is null; the stream is as it was
     /// @throws FileNotFoundException if the file cannot be opened, a directory for one; the stream is not open and
     ///         keeps the new name
-    /// @throws IOException if the file is read-only, that is, nobody may write it, and could be opened all the same;
-    ///         it has been cut and stays open
+    /// @throws IOException if the file was there and is read-only, that is, nobody may write it, and could be opened
+    /// all
+    ///         the same, by the system's administrator, say; it is as it was, and stays open
     /// @throws std::bad_alloc if there is no room for the name
     virtual void setFileName(const WideChar* name);
 

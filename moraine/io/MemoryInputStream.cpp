@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 #include "moraine/io/internal/Positions.h"
 #include "moraine/io/IOException.h"
@@ -9,6 +10,9 @@
 
 namespace moraine::io {
 namespace {
+
+/// A buffer of this size is kept, however little is held.
+constexpr long usual = 1L << 16;
 
 void copyBytes(char* target, const char* source, long length) {
     if (length > 0) {
@@ -74,6 +78,9 @@ void MemoryInputStream::setBytes(const char* data, long length) {
 void MemoryInputStream::addBytes(const char* data, long length) {
     const long remaining = size - position;
     const long total = moved(remaining, std::max(length, 0L));
+    if (capacity > usual && total < capacity / 4) {
+        giveBack(std::max(2 * total, usual));
+    }
     const char* const unread = bytes.get() + start + position;
     if (total <= capacity - start - position) {
         start += position;
@@ -92,6 +99,17 @@ void MemoryInputStream::addBytes(const char* data, long length) {
     copyBytes(bytes.get() + start + remaining, data, total - remaining);
     size = total;
     position = 0;
+}
+
+/// Keeps what is unread in a smaller buffer, unless there is no room for it.
+void MemoryInputStream::giveBack(long enough) noexcept {
+    if (std::unique_ptr<char[]> smaller{new (std::nothrow) char[static_cast<std::size_t>(enough)]}) {
+        copyBytes(smaller.get(), bytes.get() + start + position, size - position);
+        bytes = std::move(smaller);
+        capacity = enough;
+        size -= position;
+        start = position = 0;
+    }
 }
 
 unsigned int MemoryInputStream::getSize() {

@@ -40,7 +40,8 @@ public:
 
     /// Drops what has been read, keeps what has not, and appends a copy of @p length bytes, on the terms of
     /// `setBytes`. The next byte to read is then the first one held: `skip` no longer reaches what was read.
-    /// The cost is that of copying the new bytes, on average over many calls.
+    /// The cost is that of copying the new bytes, on average over many calls. Of a buffer beyond 64 KiB no more is kept
+    /// than four times what is then held.
     /// @throws std::bad_alloc if there is no room; the stream is as it was
     void addBytes(const char* data, long length);
 
@@ -49,6 +50,7 @@ public:
 
 private:
     const WideChar* getClassName() const;
+    void giveBack(long enough) noexcept;
 
     std::unique_ptr<char[]> bytes;
     long size = 0;

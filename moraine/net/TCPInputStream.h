@@ -28,7 +28,8 @@ public:
     ~TCPInputStream() override;
 
     /// Takes what has arrived, at most @p length bytes, and waits for it if nothing has. 0 when the peer has ended its
-    /// side; 4294967295 when that fails, also without a socket. A call that a signal interrupts is repeated.
+    /// side; 4294967295 when that fails, also without a socket. A call that a signal interrupts is repeated. A thread
+    /// may be cancelled in it, and has then taken nothing.
     unsigned int read(char* buffer, unsigned int length) override;
 
 protected:

@@ -11,13 +11,13 @@ namespace moraine::platform {
 
 enum class OpenMode {
     read,   ///< an existing file, from its start
-    write,  ///< cut to length 0, or made
+    write,  ///< cut to length 0 unless it is refused for its attributes, or made
 };
 
 /// What a file is, apart from its content.
 struct FileAttributes {
     bool directory;
-    bool readOnly;
+    bool readOnly;  ///< nobody may write it; not so of one that the call made
 };
 
 struct OpenedFile {
@@ -27,6 +27,7 @@ struct OpenedFile {
 
 /// Opens a file in binary form; a program started later does not inherit it. An interrupted attempt is repeated, and so
 /// is writing. A name that has no form on this system, such as one with half a surrogate pair, opens nothing.
+/// A thread is not cancelled here, nor in writing.
 /// @throws std::bad_alloc
 OpenedFile openFile(const WideChar* name, OpenMode mode);
 

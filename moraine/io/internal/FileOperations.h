@@ -43,6 +43,11 @@ void openInConstructor(const WideChar* className, Open open, long line = __built
     }
 }
 
+/// The words for a target that cannot be reached, whatever the reason.
+inline WideString beyondStart(long target) {
+    return lang::message(u"The range of the file was exceeded. : ", target, u" < 0");
+}
+
 /// Moves a file to @p count bytes from @p current, at most to @p end. A file that cannot be moved at all is known by
 /// a negative @p current or @p end.
 /// @throws IOException if the target lies outside; the file then stands at @p current
@@ -57,10 +62,8 @@ inline void seekWithin(std::FILE* file, long current, long count, long end, cons
         static_cast<void>(std::fseek(file, current, SEEK_SET));
     }
     constexpr const WideChar* range = u"The range of the file was exceeded. : ";
-    lang::raise<IOException>(className,
-                             movable && target > end ? lang::message(range, target, u" > ", end)
-                                                     : lang::message(range, target, u" < 0"),
-                             line);
+    lang::raise<IOException>(
+        className, movable && target > end ? lang::message(range, target, u" > ", end) : beyondStart(target), line);
 }
 
 }  // namespace moraine::io

@@ -1,5 +1,7 @@
 #include "moraine/platform/File.h"
 
+#include "moraine/platform/Thread.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -87,13 +89,55 @@ int closeDescriptor(void* cookie) noexcept {
     return ::close(descriptorIn(cookie));
 }
 
-FileAttributes attributesOf(int descriptor) noexcept {
+/// Repeats a call that a signal interrupted.
+template <class Call>
+int completed(Call call) noexcept {
+    int result = 0;
+    do {
+        result = call();
+    } while (result < 0 && errno == EINTR);
+    return result;
+}
+
+int openDescriptor(const std::string& path, int flags) noexcept {
+    return completed([&] { return ::open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY, 0666); });
+}
+
+struct Opened {
+    int descriptor;
+    FileAttributes attributes;
+};
+
+/// Opens a file for writing and cuts it, but not if it may not be written. A file that is made here may be, even if the
+/// umask makes it one that nobody else may write.
+Opened openToWrite(const std::string& path) noexcept {
+    int descriptor = openDescriptor(path, O_WRONLY | O_CREAT | O_EXCL);
+    if (descriptor >= 0 || errno != EEXIST) {
+        return {descriptor, {}};
+    }
+    descriptor = openDescriptor(path, O_WRONLY);
+    if (descriptor < 0) {
+        // Where a link leads to no file yet, or the file has just gone, it is made after all.
+        return {errno == ENOENT ? openDescriptor(path, O_WRONLY | O_CREAT) : descriptor, {}};
+    }
     struct stat status {};
     if (::fstat(descriptor, &status) != 0) {
-        return {true, true};
+        return {descriptor, {true, true}};
     }
     constexpr mode_t anyWrite = S_IWUSR | S_IWGRP | S_IWOTH;
-    return {S_ISDIR(status.st_mode), (status.st_mode & anyWrite) == 0};
+    const FileAttributes attributes{S_ISDIR(status.st_mode), (status.st_mode & anyWrite) == 0};
+    if (S_ISREG(status.st_mode) && !attributes.readOnly && completed([=] { return ::ftruncate(descriptor, 0); }) != 0) {
+        ::close(descriptor);
+        return {-1, {}};
+    }
+    return {descriptor, attributes};
+}
+
+Opened openToRead(const std::string& path) noexcept {
+    const int descriptor = openDescriptor(path, O_RDONLY);
+    struct stat status {};
+    const bool known = descriptor < 0 || ::fstat(descriptor, &status) == 0;
+    return {descriptor, {!known || S_ISDIR(status.st_mode), !known}};
 }
 
 }  // namespace
@@ -103,11 +147,8 @@ OpenedFile openFile(const WideChar* name, OpenMode mode) {
     if (!toPath(name, path)) {
         return {};
     }
-    const int flags = mode == OpenMode::read ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC;
-    int descriptor = -1;
-    do {
-        descriptor = ::open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY, 0666);
-    } while (descriptor < 0 && errno == EINTR);
+    const CancellationHold hold;
+    const auto [descriptor, attributes] = mode == OpenMode::read ? openToRead(path) : openToWrite(path);
     if (descriptor < 0) {
         return {};
     }
@@ -120,7 +161,7 @@ OpenedFile openFile(const WideChar* name, OpenMode mode) {
         ::close(descriptor);
         throw std::bad_alloc();
     }
-    return {file, attributesOf(descriptor)};
+    return {file, attributes};
 }
 
 }  // namespace moraine::platform

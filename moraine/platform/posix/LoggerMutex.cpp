@@ -1,6 +1,7 @@
 #include "moraine/platform/LoggerMutex.h"
 
-#include <pthread.h>
+#include "moraine/platform/Thread.h"
+
 #include <sched.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
@@ -111,10 +112,8 @@ struct LoggerMutex::State {
     }
 
     static void pause() noexcept {
-        int former = 0;
-        ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &former);
+        const CancellationHold hold;
         ::usleep(100);
-        ::pthread_setcancelstate(former, &former);
     }
 };
 

@@ -6,6 +6,14 @@
 
 namespace moraine::platform {
 
+CancellationHold::CancellationHold() noexcept {
+    ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &former);
+}
+
+CancellationHold::~CancellationHold() {
+    ::pthread_setcancelstate(former, nullptr);
+}
+
 void closeThread(void* handle) noexcept {
     static_assert(sizeof(pthread_t) == sizeof(void*), "a thread's handle must fit a pointer");
     pthread_t thread{};
