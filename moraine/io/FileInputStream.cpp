@@ -55,6 +55,7 @@ void FileInputStream::skip(long count) {
 
 void FileInputStream::setFileName(const WideChar* name) {
     std::unique_ptr<WideChar[]> kept = normalised(name, getClassName());
+    const platform::CancellationHold hold;
     close();
     fileName = std::move(kept);
     if (!fileBuffer) {

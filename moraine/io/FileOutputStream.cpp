@@ -63,6 +63,7 @@ void FileOutputStream::skip(long count) {
 
 void FileOutputStream::setFileName(const WideChar* name) {
     std::unique_ptr<WideChar[]> kept = normalised(name, getClassName());
+    const platform::CancellationHold hold;
     close();
     fileName = std::move(kept);
     if (buffered && !fileBuffer) {
