@@ -110,7 +110,9 @@ void XMLWriter::writeStartElement(const WideChar* name) {
     const Stored stored(name);
     const bool nested = isElementOpen();
     // All room is made before anything goes out.
-    openElements.reserve(openElements.size() + 1);
+    if (openElements.size() == openElements.capacity()) {
+        openElements.reserve(2 * openElements.size() + 1);  // what reserve is asked for is all that it takes
+    }
     tags->reserve(1 + 3 * stored.get().size());
     if (putStartTag()) {
         putLineEnd();
