@@ -266,6 +266,12 @@ TEST_F(Faults, BytesThatAreTakenFollowTheInputAndGoBack) {
         [&](std::size_t n) { return read(n, "<a>", "<b>", ""); },
         [&](std::size_t n) { return read(n, "<a ", "b='c' ", "/>"); },
         [&](std::size_t n) { Element e; for (; n > 9; n -= 9) { e.appendChild(new Element); } return 0L; },
+        [&](std::size_t n) { MemoryOutputStream out; XMLWriter writer(&out, u"UTF-8", false);
+                             for (; n > 99; n -= 99) { writer.writeStartElement(u"element"); } return 0L; },
+        [&](std::size_t n) { MemoryOutputStream out; XMLWriter writer(&out, u"UTF-8", false); WideString name(9, u'a');
+                             for (writer.writeStartElement(u"e"); n > 99; n -= 99) {
+                                 name[n % 9] = static_cast<WideChar>(n); writer.writeAttribute(name.c_str(), u"v"); }
+                             return 0L; },
         [&](std::size_t n) { const WideString all(n, u'a'), search = WideString(n / 2, u'a') + u"b";
                              text::StringUtil().doReplaceW(all.data(), unsigned(n), search.data(), u"c"); return 0L; },
         [&](std::size_t n) { const WideString all(n, u'<'); xml::DOM::Text node; node.setValue(all.data(), unsigned(n));

@@ -86,6 +86,15 @@ TEST_F(TcpStreams, WritesTellHowMuchWasTakenAndRaiseNoSignal) {
     EXPECT_TRUE(out.write("x", 1) == failure && TCPOutputStream(0).write("x", 1) == failure);
     TCPInputStream in;  // no more of a socket than that one
     EXPECT_EQ(readOnce(in, 1), "failure");
+    Connection other;
+    const int former0 = ::fcntl(0, F_DUPFD_CLOEXEC, 3);
+    EXPECT_EQ(::dup2(other.ends[0], 0), 0);  // a socket, which is not the stream's for all that
+    EXPECT_EQ(::send(other.ends[1], "x", 1, MSG_NOSIGNAL), 1);
+    EXPECT_TRUE(readOnce(in, 1) == "failure" && TCPOutputStream().write("x", 1) == failure);
+    in.close();
+    EXPECT_NE(::fcntl(0, F_GETFD), -1) << "closed what 0 stands for";
+    former0 < 0 ? ::close(0) : ::dup2(former0, 0) + ::close(former0);
+    ::close(other.ends[0]);
 }
 
 template <class Stream>
