@@ -8,7 +8,8 @@ namespace moraine::text {
 ///
 /// Each unit becomes one to three bytes, independently of its neighbours: a surrogate takes three bytes and a pair
 /// therefore six, and four-byte sequences are never written. `UTF8Decoder` reads that back unit by unit. It is not
-/// RFC 3629, and other programs refuse it; some call it CESU-8. Nothing is held between calls, so the last-block flag means nothing here.
+/// RFC 3629, and other programs refuse it; some call it CESU-8. Nothing is held between calls, so the last-block flag
+/// means nothing here.
 class MORAINE_API UTF8Encoder : public IEncoder {
 public:
     UTF8Encoder() = default;
