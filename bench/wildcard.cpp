@@ -1,112 +1,72 @@
-#include <benchmark/benchmark.h>
 #include <fnmatch.h>
 #include <moraine/text/Wildcard.h>
 
-#include <string>
-#include <vector>
-
 #include "bench.h"
-
-#ifdef BENCH_HAVE_QT
-#include <QRegularExpression>
-#endif
-
-using moraine::WideString;
-using moraine::text::Wildcard;
 
 namespace {
 
-constexpr std::size_t textSize = 1024;
-constexpr int rounds = 100;  // in one run, so that the frame's own time does not count
+using bench::Sink;
+using bench::Text;
+using moraine::text::Wildcard;
 
-struct Row {
-    std::string name;
-    std::string text;
+const auto whole = [](const Text& text) { return text; };
+
+Text bracketed(const Text& text) {
     std::string pattern;
+    for (const char sign : text.pattern) {
+        pattern += sign == '#' ? "[0-9]" : std::string(1, sign);
+    }
+    return {text.narrow, {}, pattern};
+}
+
+const auto wide = [](const Text& text) {
+    return std::pair(text.wide, moraine::WideString(text.pattern.begin(), text.pattern.end()));
 };
 
-/// Letters and digits that repeat late.
-std::string makeText() {
-    std::string text;
-    for (unsigned int number = 1; text.size() < textSize; number = number * 1103515245 + 12345) {
+void tell(bool match, Sink& sink) {
+    sink(&match, 1);
+}
+
+const auto posix = [](const Text& text, Sink& sink) {
+    tell(fnmatch(text.pattern.c_str(), text.narrow.c_str(), 0) == 0, sink);
+};
+
+// The peers of wide text match the same as narrow text.
+const bench::TextWay ways[] = {
+    {"wildcard", "moraine", whole,
+     [](const Text& text, Sink& sink) { tell(Wildcard().isMatch(text.narrow.c_str(), text.pattern.c_str()), sink); }},
+    {"wildcard-wide", "moraine", wide,
+     [](const auto& text, Sink& sink) { tell(Wildcard().isMatchW(text.first.c_str(), text.second.c_str()), sink); }},
+    {"wildcard", "fnmatch", bracketed, posix},
+    {"wildcard-wide", "fnmatch", bracketed, posix},
+};
+
+/// The text with every eighth unit given as "?", or every digit as "#".
+std::string masked(std::string text, char sign) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool digit = text[i] >= '0' && text[i] <= '9';
+        text[i] = (sign == '#' ? digit : i % 8 == 7) ? sign : text[i];
+    }
+    return text;
+}
+
+const bench::Jobs jobs([] {
+    std::string text;  // of letters and digits that repeat late
+    for (unsigned int number = 1; text.size() < 1024; number = number * 1103515245 + 12345) {
         text += "abcdefgh01234567"[number >> 16 & 15];
     }
-    return text;
-}
-
-/// The text with every eighth unit behind `from` that is a digit, or any, given as a metacharacter.
-std::string masked(std::string text, char metacharacter, bool onlyDigits) {
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const bool isDigit = text[i] >= '0' && text[i] <= '9';
-        if (onlyDigits ? isDigit : i % 8 == 7) {
-            text[i] = metacharacter;
-        }
+    const std::string tail = '*' + text.substr(1012);
+    const std::string middle = '*' + text.substr(512, 6) + '*' + text.substr(922, 6) + '*';
+    for (const auto& [shape, pattern] : {std::pair("literal", text),
+                                         {"tail", tail},
+                                         {"head-tail", text.substr(0, 12) + tail},
+                                         {"middle", middle},
+                                         {"question", masked(text, '?')},
+                                         {"number", masked(text, '#')}}) {
+        const Text row{text, {text.begin(), text.end()}, pattern};
+        bench::textJob("wildcard", shape, bench::Texts(100, row));
+        bench::textJob("wildcard-wide", shape, bench::Texts(100, row));
     }
-    return text;
-}
-
-/// The pattern as another language writes it: `#` is a set of digits.
-std::string rewritten(const std::string& pattern, const char* any, const char* one) {
-    std::string result;
-    for (const char c : pattern) {
-        switch (c) {
-            case '#':
-                result += "[0-9]";
-                break;
-            case '*':
-                result += any;
-                break;
-            case '?':
-                result += one;
-                break;
-            default:
-                result += c;
-                break;
-        }
-    }
-    return result;
-}
-
-/// A column of a test that is done many times.
-template <class Test>
-bench::Column repeated(const char* name, Test test) {
-    return {name, [=] { return std::string(test() ? "match" : "no match"); },
-            [=] {
-                for (int i = 0; i < rounds; ++i) {
-                    benchmark::DoNotOptimize(test());
-                }
-            }};
-}
-
-void addJob(const Row& row) {
-    const auto& [name, text, pattern] = row;
-    const WideString wideText(text.begin(), text.end());
-    const WideString widePattern(pattern.begin(), pattern.end());
-    const std::string fnmatchPattern = rewritten(pattern, "*", "?");
-    std::vector<bench::Column> columns{
-        repeated("moraine", [=] { return Wildcard().isMatch(text.c_str(), pattern.c_str()); }),
-        repeated("moraine wide", [=] { return Wildcard().isMatchW(wideText.c_str(), widePattern.c_str()); }),
-        repeated("fnmatch", [=] { return ::fnmatch(fnmatchPattern.c_str(), text.c_str(), 0) == 0; })};
-#ifdef BENCH_HAVE_QT
-    const auto anchored = QRegularExpression::anchoredPattern(QString::fromStdString(rewritten(pattern, ".*?", ".")));
-    const QRegularExpression expression(anchored, QRegularExpression::DotMatchesEverythingOption);
-    expression.optimize();
-    columns.push_back(repeated("QRegularExpression", [expression, input = QString::fromStdString(text)] {
-        return expression.match(input).hasMatch();
-    }));
-#endif
-    bench::job("wildcard/" + name, textSize * rounds, columns);
-}
-
-const bench::Jobs jobs{[] {
-    const std::string text = makeText();
-    const std::string head = text.substr(0, 12);
-    const std::string tail = text.substr(textSize - 12);
-    addJob({"literal", text, text});
-    addJob({"question", text, masked(text, '?', false)});
-    addJob({"number", text, masked(text, '#', true)});
-    addJob({"head-tail", text, head + '*' + tail});
-    addJob({"mid-late", text, '*' + text.substr(textSize / 2, 6) + '*' + text.substr(textSize * 9 / 10, 6) + '*'});
-}};
+});
 
 }  // namespace
