@@ -1,9 +1,10 @@
 #include "moraine/util/PropertyManager.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
-#include <map>
 #include <memory>
+#include <set>
 #include <string_view>
 
 #include "moraine/io/DataFormatException.h"
@@ -65,16 +66,69 @@ struct LinesInHand {
 
 }  // namespace
 
-/// Values by name, in order of the names' units. A value's text stays where it is until its entry is removed.
-struct PropertyManager::Table : std::map<WideString, WideString, std::less<>> {
+/// Properties in order of the names' units. A value's text stays where it is until its entry is removed.
+struct PropertyManager::Table {
+    /// The name lies in the entry itself if it is short, so that looking for one goes to few places in memory.
+    class Entry {
+    public:
+        Entry(std::u16string_view name, std::u16string_view value)
+            : nameLength(name.size()), valueLength(value.size()),
+              outside(new WideChar[(isInside() ? 0 : nameLength) + valueLength + 1]) {
+            name.copy(isInside() ? inside : outside.get() + valueLength + 1, nameLength);
+            value.copy(outside.get(), valueLength);
+            outside[valueLength] = 0;
+        }
+
+        [[nodiscard]] std::u16string_view name() const noexcept {
+            return {isInside() ? inside : outside.get() + valueLength + 1, nameLength};
+        }
+        [[nodiscard]] std::u16string_view value() const noexcept { return {outside.get(), valueLength}; }
+
+    private:
+        [[nodiscard]] bool isInside() const noexcept { return nameLength <= std::size(inside); }
+
+        std::size_t nameLength;
+        WideChar inside[28];
+        std::size_t valueLength;
+        std::unique_ptr<WideChar[]> outside;  // value, terminator, and a longer name
+    };
+
+    struct ByName {
+        using is_transparent = void;
+        static std::u16string_view nameOf(const Entry& entry) noexcept { return entry.name(); }
+        static std::u16string_view nameOf(std::u16string_view name) noexcept { return name; }
+        template <class Left, class Right>
+        bool operator()(const Left& left, const Right& right) const noexcept {
+            return text::scan::precedes(nameOf(left), nameOf(right));
+        }
+    };
+
+    Table() = default;
+    Table(const Table& other) {
+        for (const Entry& entry : other.entries) {
+            insert(entries.end(), entry.name(), entry.value());
+        }
+    }
+    Table& operator=(const Table& other) = delete;
+    ~Table() = default;
+
     /// Adds an entry, unless there is one of that name. Names in order, as a file has them that was written here, are
     /// not looked for.
     void add(std::u16string_view name, std::u16string_view value) {
-        const bool isLast = empty() || rbegin()->first < name;
-        const auto next = isLast ? end() : lower_bound(name);
-        if (isLast || next == end() || next->first != name) {
-            emplace_hint(next, name, value);
+        const bool isLast = entries.empty() || text::scan::precedes(entries.rbegin()->name(), name);
+        const auto next = isLast ? entries.end() : entries.lower_bound(name);
+        if (next == entries.end() || next->name() != name) {
+            insert(next, name, value);
         }
+    }
+
+    std::set<Entry, ByName> entries;
+    std::size_t changes = 0;  // of `entries`
+
+private:
+    void insert(std::set<Entry, ByName>::const_iterator next, std::u16string_view name, std::u16string_view value) {
+        entries.emplace_hint(next, name, value);
+        ++changes;
     }
 };
 
@@ -87,7 +141,8 @@ PropertyManager::~PropertyManager() = default;
 PropertyManager& PropertyManager::operator=(const PropertyManager& other) {
     if (this != &other) {
         Table copy(*other.table);
-        table->swap(copy);
+        table->entries.swap(copy.entries);
+        ++table->changes;
     }
     return *this;
 }
@@ -144,15 +199,15 @@ void PropertyManager::write(io::OutputStream* out, const WideChar* encoding) {
     text::Utf8Buffer bytes;
     WideString name;
     WideString line;
-    // The stream may change the table, so the next entry is found by the name of the one before.
-    for (auto entry = table->begin(); entry != table->end(); entry = table->upper_bound(name)) {
-        name = entry->first;
-        const WideString& value = entry->second;
+    for (auto entry = table->entries.begin(); entry != table->entries.end();) {
+        name = entry->name();
+        const std::size_t changes = table->changes;
+        const std::u16string_view value = entry->value();
         if (utf8 && name.size() + value.size() < most) {
             bytes.clear();
             bytes.append(std::u16string_view(name));
             bytes += u'=';
-            bytes.append(std::u16string_view(value));
+            bytes.append(value);
             bytes += u"\r\n";
             out->write(bytes.text().data(), static_cast<unsigned int>(bytes.size()));
         } else {
@@ -160,14 +215,17 @@ void PropertyManager::write(io::OutputStream* out, const WideChar* encoding) {
             const OwnedByteString piece = encoder->doEncodeW2M(line.data(), text::unitCount(line.size()), false);
             out->write(piece->data(), text::unitCount(piece->size()));
         }
+        // The stream may have changed the table; then the next entry is found by the name of this one.
+        entry = changes == table->changes ? std::next(entry) : table->entries.upper_bound(std::u16string_view(name));
     }
     const OwnedByteString rest = encoder->doEncodeW2M(nullptr, 0, true);
     out->write(rest->data(), text::unitCount(rest->size()));
 }
 
 const WideChar* PropertyManager::get(const WideChar* name) {
-    const auto entry = name == nullptr ? table->end() : table->find(view(name));
-    return entry == table->end() ? nullptr : entry->second.c_str();
+    const auto& entries = table->entries;
+    const auto entry = name == nullptr ? entries.end() : entries.find(view(name));
+    return entry == entries.end() ? nullptr : entry->value().data();
 }
 
 void PropertyManager::put(const WideChar* name, const WideChar* value) {
@@ -179,18 +237,20 @@ void PropertyManager::put(const WideChar* name, const WideChar* value) {
 }
 
 void PropertyManager::remove(const WideChar* name) {
-    const auto entry = name == nullptr ? table->end() : table->find(view(name));
-    if (entry != table->end()) {
-        table->erase(entry);
+    const auto entry = name == nullptr ? table->entries.end() : table->entries.find(view(name));
+    if (entry != table->entries.end()) {
+        table->entries.erase(entry);
+        ++table->changes;
     }
 }
 
 void PropertyManager::removeAll() {
-    table->clear();
+    table->entries.clear();
+    ++table->changes;
 }
 
 unsigned int PropertyManager::count() {
-    return static_cast<unsigned int>(table->size());
+    return static_cast<unsigned int>(table->entries.size());
 }
 
 bool PropertyManager::check4VariableUseableChar(WideChar c) {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <string_view>
 
 #include "moraine/text/WideChar.h"
 
@@ -372,5 +373,21 @@ using scalar::narrowAscii;
 using scalar::widenAscii;
 
 #endif
+
+/// Whether a text comes before another in the order of their units, one that the other begins with first.
+inline bool precedes(std::u16string_view left, std::u16string_view right) noexcept {
+    const std::size_t common = left.size() < right.size() ? left.size() : right.size();
+    std::size_t at = 0;
+    for (; common - at >= blockSize; at += blockSize) {
+        if (const unsigned int places = differing(left.data() + at, right.data() + at)) {
+            at += static_cast<std::size_t>(__builtin_ctz(places));
+            return left[at] < right[at];
+        }
+    }
+    while (at < common && left[at] == right[at]) {
+        ++at;
+    }
+    return at == common ? left.size() < right.size() : left[at] < right[at];
+}
 
 }  // namespace moraine::text::scan
