@@ -6,7 +6,7 @@ include(CMakePackageConfigHelpers)
 set(moraine_cmake_dir "${CMAKE_INSTALL_LIBDIR}/cmake/moraine")
 set(moraine_pkgconfig_dir "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 
-install(TARGETS moraine EXPORT moraineTargets
+install(TARGETS moraine moraine_extras EXPORT moraineTargets
     LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
         COMPONENT moraine_runtime NAMELINK_COMPONENT moraine_development
     ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT moraine_development
@@ -16,7 +16,7 @@ install(TARGETS moraine EXPORT moraineTargets
 
 install(EXPORT moraineTargets NAMESPACE moraine:: DESTINATION "${moraine_cmake_dir}" COMPONENT moraine_development)
 configure_package_config_file(cmake/moraineConfig.cmake.in "${PROJECT_BINARY_DIR}/moraineConfig.cmake"
-    INSTALL_DESTINATION "${moraine_cmake_dir}" NO_SET_AND_CHECK_MACRO NO_CHECK_REQUIRED_COMPONENTS_MACRO)
+    INSTALL_DESTINATION "${moraine_cmake_dir}" NO_SET_AND_CHECK_MACRO)
 # Until 1.0 a new minor version may break its users.
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/moraineConfigVersion.cmake" COMPATIBILITY SameMinorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/moraineConfig.cmake" "${PROJECT_BINARY_DIR}/moraineConfigVersion.cmake"
@@ -47,4 +47,5 @@ if(NOT BUILD_SHARED_LIBS)
     set(moraine_pc_private "Libs.private: ${moraine_pc_private}\n")
 endif()
 configure_file(cmake/moraine.pc.in "${PROJECT_BINARY_DIR}/moraine.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/moraine.pc" DESTINATION "${moraine_pkgconfig_dir}" COMPONENT moraine_development)
+configure_file(cmake/moraine-extras.pc.in "${PROJECT_BINARY_DIR}/moraine-extras.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/moraine.pc" "${PROJECT_BINARY_DIR}/moraine-extras.pc" DESTINATION "${moraine_pkgconfig_dir}" COMPONENT moraine_development)
