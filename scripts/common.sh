@@ -23,11 +23,14 @@ build_package() {
     quietly cmake --build "$root/build/package"
 }
 
-# run_consumer PROGRAM KIND WAY: KIND is what the program was told by the compile definitions it got
+# run_consumer PROGRAM KIND WAY: KIND is what the program was told by the compile definitions it got. PROGRAM-extras, the
+# one with moraine::extras, runs too.
 run_consumer() {
-    local said
-    said=$("$1") || fail "the program failed: $2, $3"
-    [[ $said == "$2" ]] || fail "expected a $2 library, the program was built for a $said one: $3"
+    local program said
+    for program in "$1" "$1-extras"; do
+        said=$("$program") || fail "the program failed: $program, $2, $3"
+        [[ $said == "$2" ]] || fail "expected a $2 library, $program was built for a $said one: $3"
+    done
     echo "ok: $2, $3"
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "moraine/extras/Export.h"
 #include "moraine/extras/Utf8.h"
@@ -52,12 +53,15 @@ public:
 private:
     const WideChar* getClassName() const;
 
+    void convert(std::string_view bytes, bool last);
+    void send();
+
     io::OutputStream* target;  // borrowed; null when closed
     Malformed malformed;
-    std::string held;           // an unfinished character, or the first half of a pair
-    std::string room;           // what is on its way to the target
-    unsigned long long offset;  // of the first byte that is held
-    bool broken;
+    std::string held;               // an unfinished character, or the first half of a pair
+    std::string room;               // what is on its way to the target
+    unsigned long long offset = 0;  // of the first byte that is held
+    bool broken = false;
 };
 
 }  // namespace moraine::extras

@@ -1,0 +1,162 @@
+#include "moraine/extras/TextInputStream.h"
+
+#include <algorithm>
+
+#include "moraine/extras/internal/ByteSource.h"
+#include "moraine/extras/internal/Conversion.h"
+#include "moraine/extras/internal/PieceStream.h"
+#include "moraine/io/DataFormatException.h"
+
+namespace moraine::extras {
+namespace {
+
+/// One less than `PropertyManager` has room for: so long a piece fits whenever no line is begun.
+constexpr std::size_t longestPiece = 10239;
+
+/// So many bytes are converted in one go.
+constexpr std::size_t slice = 8192;
+
+constexpr std::string_view byteOrderMark = "\xef\xbb\xbf";
+constexpr std::string_view declaration = "<?xml";
+constexpr char32_t replacement = 0xfffd;
+
+}  // namespace
+
+class TextInputStream::Impl : public PieceStream {
+public:
+    Impl(io::InputStream& stream, Malformed what)
+        : PieceStream(u"moraine::extras::TextInputStream"), source(stream), malformed(what) {}
+
+    Place where() const { return out.placeOf(out.begin()); }
+
+protected:
+    std::size_t whole(std::size_t count) const override {
+        count = std::min(count, longestPiece);
+        const std::string_view text(out.begin(), count);
+        if (!out.hasPast()) {
+            // At the start of all: a declaration, or what may become one.
+            const bool declares = text.substr(0, declaration.size()) == declaration.substr(0, count);
+            if (declares && goesOn() && count < longestPiece && text.find("?>") == text.npos) {
+                return 0;
+            }
+        } else if (out.begin()[-1] != '\n') {
+            const std::size_t line = text.find('\n');
+            if (line != text.npos) {
+                return line + 1;
+            }
+        }
+        const std::size_t ready = out.ready();
+        if (count < ready) {
+            const std::size_t line = text.rfind('\n');
+            if (line != text.npos) {
+                return line + 1;
+            }
+        }
+        count = out.whole(count, goesOn());
+        const bool returned = count > 0 && text[count - 1] == '\r';
+        if (returned && (count < ready ? out.begin()[count] == '\n' : goesOn())) {
+            --count;
+        }
+        return count;
+    }
+
+    void produce() override {
+        if (source.size() == 0 || starved) {
+            starved = false;
+            source.read(name);
+        }
+        if (begun || passByteOrderMark()) {
+            out.provide(growth * slice + slack);
+            convert();
+            ended = source.atEnd() && source.size() == 0;
+        }
+    }
+
+    void closeSource() override { source.close(); }
+
+private:
+    /// False if too little is there to tell.
+    bool passByteOrderMark() {
+        const std::string_view start(source.begin(), std::min(source.size(), byteOrderMark.size()));
+        if (start.size() < byteOrderMark.size() && !source.atEnd() && start == byteOrderMark.substr(0, start.size())) {
+            starved = true;
+            return false;
+        }
+        begun = true;
+        if (start == byteOrderMark) {
+            source.consume(start.size());
+        }
+        return true;
+    }
+
+    void convert() {
+        const char* const begin = source.begin();
+        const char* const end = begin + std::min(source.size(), slice);
+        const auto plain = [](unsigned char byte) { return byte < 0x80 && byte != 0; };
+        const auto take = [](char32_t character, char* to) {
+            return character == 0 ? nullptr : putUnits(to, character);
+        };
+        Converted at{begin, out.room(growth * slice + slack), Converted::done, 0, 0};
+        for (bool go = true; go;) {
+            at = convertUtf8(at.from, end, at.to, plain, take);
+            go = at.reason == Converted::malformed || at.reason == Converted::illegal ||
+                 (at.reason == Converted::unfinished && end == source.end() && source.atEnd());
+            if (go) {
+                if (malformed == Malformed::refuse) {
+                    out.wrote(at.to);
+                    refuse();
+                    return;
+                }
+                at.to = putUtf8(at.to, replacement);
+                at.from += at.length;
+            }
+        }
+        out.wrote(at.to);
+        starved = at.from == begin;  // the start of a character is all that is there
+        source.consume(static_cast<std::size_t>(at.from - begin));
+    }
+
+    /// All in front of the fault is handed out first.
+    void refuse() {
+        const Place place = out.placeOf(out.end());
+        try {
+            raise<io::DataFormatException>(name,
+                                           words(u"Malformed UTF-8. : line ", place.line, u", column ", place.column));
+        } catch (const io::DataFormatException&) {
+            fault = std::current_exception();
+        }
+    }
+
+    ByteSource source;
+    Outgoing out;
+    const Malformed malformed;
+    bool begun = false;    // past the byte order mark
+    bool starved = false;  // the bytes at hand are too few to go on
+};
+
+TextInputStream::TextInputStream(io::InputStream& source, Malformed malformed)
+    : impl(std::make_unique<Impl>(source, malformed)) {}
+
+TextInputStream::~TextInputStream() = default;
+
+unsigned int TextInputStream::read(char* buffer, unsigned int length) {
+    return impl->read(buffer, length);
+}
+
+void TextInputStream::close() {
+    impl->close();
+}
+
+void TextInputStream::skip(long count) {
+    impl->skip(count);
+}
+
+unsigned long TextInputStream::line() const {
+    return impl->where().line;
+}
+
+unsigned long TextInputStream::column() const {
+    return impl->where().column;
+}
+
+}  // namespace moraine::extras

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstddef>
+#include <exception>
+
+#include "moraine/extras/internal/Outgoing.h"
+#include "moraine/text/WideChar.h"
+
+namespace moraine::extras {
+
+/// What the input streams share: they make their text in larger parts than they hand out.
+class PieceStream {
+public:
+    explicit PieceStream(const WideChar* className) : name(className) {}
+    PieceStream(const PieceStream& other) = delete;
+    virtual ~PieceStream() = default;
+    PieceStream& operator=(const PieceStream& other) = delete;
+
+    unsigned int read(char* buffer, unsigned int length);
+    void skip(long count);
+    void close();
+
+protected:
+    /// How many of the next @p count bytes, which are ready, are handed out at once; 0 if that takes more.
+    virtual std::size_t whole(std::size_t count) const { return out.whole(count, goesOn()); }
+
+    /// Makes more ready, or sets `ended` or `fault`.
+    virtual void produce() = 0;
+
+    virtual void closeSource() = 0;
+
+    bool goesOn() const { return !ended && !fault; }
+
+    const WideChar* const name;  // of the class, for failures
+    Outgoing out;
+    bool ended = false;        // nothing will come behind what is ready
+    std::exception_ptr fault;  // what is thrown behind that
+
+private:
+    bool produceMore();
+
+    bool closed = false;
+};
+
+}  // namespace moraine::extras
