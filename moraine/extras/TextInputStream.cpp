@@ -36,7 +36,7 @@ protected:
         if (!out.hasPast()) {
             // At the start of all: a declaration, or what may become one.
             const bool declares = text.substr(0, declaration.size()) == declaration.substr(0, count);
-            if (declares && goesOn() && count < longestPiece && text.find("?>") == text.npos) {
+            if (declares && !ended && count < longestPiece && text.find("?>") == text.npos) {
                 return 0;
             }
         } else if (out.begin()[-1] != '\n') {
@@ -52,9 +52,9 @@ protected:
                 return line + 1;
             }
         }
-        count = out.whole(count, goesOn());
+        count = out.whole(count, !ended);
         const bool returned = count > 0 && text[count - 1] == '\r';
-        if (returned && (count < ready ? out.begin()[count] == '\n' : goesOn())) {
+        if (returned && (count < ready ? out.begin()[count] == '\n' : !ended)) {
             --count;
         }
         return count;

@@ -79,12 +79,8 @@ public:
                 count -= 3;
             }
         }
-        for (const std::string_view opening : {"<", "<!", "<!-", "<!--"}) {
-            if (count >= opening.size() && std::string_view(from + count - opening.size(), opening.size()) == opening) {
-                return count - opening.size();
-            }
-        }
-        return count;
+        // A comment may begin with "<": then both openings stay behind.
+        return count - openingAt(count) - openingAt(count - openingAt(count));
     }
 
     /// Hands out @p count bytes, which must be ready.
@@ -122,6 +118,17 @@ public:
     void clear() { next = last = 0; }
 
 private:
+    /// The length of the markup opening that the first @p count ready bytes end with.
+    std::size_t openingAt(std::size_t count) const {
+        const std::string_view text(begin(), count);
+        for (const std::string_view opening : {"<", "<!", "<!-", "<!--"}) {
+            if (count >= opening.size() && text.substr(count - opening.size()) == opening) {
+                return opening.size();
+            }
+        }
+        return 0;
+    }
+
     void grow(std::size_t count) {
         const std::size_t wanted = std::max({last + count, capacity + capacity / 2, std::size_t{65536}});
         std::unique_ptr<char[]> larger(new char[wanted]);

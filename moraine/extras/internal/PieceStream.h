@@ -22,7 +22,7 @@ public:
 
 protected:
     /// How many of the next @p count bytes, which are ready, are handed out at once; 0 if that takes more.
-    virtual std::size_t whole(std::size_t count) const { return out.whole(count, goesOn()); }
+    virtual std::size_t whole(std::size_t count) const { return out.whole(count, !ended); }
 
     /// Makes more ready, or sets `ended` or `fault`.
     virtual void produce() = 0;
