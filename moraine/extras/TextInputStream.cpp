@@ -63,10 +63,10 @@ protected:
     void produce() override {
         if (source.size() == 0 || starved) {
             starved = false;
-            source.read(name);
+            source.read(className);
         }
         if (begun || passByteOrderMark()) {
-            out.provide(growth * slice + slack);
+            out.compact();
             convert();
             ended = source.atEnd() && source.size() == 0;
         }
@@ -92,13 +92,12 @@ private:
     void convert() {
         const char* const begin = source.begin();
         const char* const end = begin + std::min(source.size(), slice);
-        const auto plain = [](unsigned char byte) { return byte < 0x80 && byte != 0; };
-        const auto take = [](char32_t character, char* to) {
-            return character == 0 ? nullptr : putUnits(to, character);
-        };
-        Converted at{begin, out.room(growth * slice + slack), Converted::done, 0, 0};
+        const Rules rules{
+            [](Word word) { return word.notAscii() | word.is(0); }, [](unsigned char byte) { return byte != 0; },
+            [](char32_t character, char* to) { return character == 0 ? nullptr : putUnits(to, character); }};
+        Converted at{begin, out.room(growth * static_cast<std::size_t>(end - begin)), Converted::done, 0, 0};
         for (bool go = true; go;) {
-            at = convertUtf8(at.from, end, at.to, plain, take);
+            at = convertUtf8(at.from, end, at.to, rules);
             go = at.reason == Converted::malformed || at.reason == Converted::illegal ||
                  (at.reason == Converted::unfinished && end == source.end() && source.atEnd());
             if (go) {
@@ -120,7 +119,7 @@ private:
     void refuse() {
         const Place place = out.placeOf(out.end());
         try {
-            raise<io::DataFormatException>(name,
+            raise<io::DataFormatException>(className,
                                            words(u"Malformed UTF-8. : line ", place.line, u", column ", place.column));
         } catch (const io::DataFormatException&) {
             fault = std::current_exception();

@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
-#include "moraine/extras/internal/Copy.h"
 #include "moraine/extras/internal/PieceStream.h"
+#include "moraine/extras/internal/Search.h"
 #include "moraine/extras/internal/Utf8Bytes.h"
 #include "moraine/extras/internal/XmlCharacters.h"
 #include "moraine/extras/internal/XmlText.h"
@@ -18,15 +18,18 @@ namespace moraine::extras {
 namespace {
 
 /// So much is made ready in one go.
-constexpr std::size_t batch = 32768;
+constexpr std::size_t batch = 16384;
 
 /// A tag that is not complete at hand is waited for only if nothing else can be handed out. So much of it is looked at.
 constexpr std::size_t lookAhead = 256;
 
+/// Up to so many attributes are compared each with each other.
+constexpr std::size_t few = 12;
+
 /// Names in messages are cut after so many bytes.
 constexpr std::size_t longestShown = 96;
 
-constexpr std::string_view predefined[] = {"lt", "gt", "amp", "apos", "quot"};
+constexpr std::string_view predefined[] = {"&lt;", "&gt;", "&amp;", "&apos;", "&quot;"};
 constexpr std::string_view publicCharacters = " \n-'()+,./:=?;!*#@$_%0123456789"
                                               "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 
@@ -36,10 +39,36 @@ constexpr const WideChar* badType = u"The document type is not well formed.";
 constexpr const WideChar* badTag = u"A tag is not well formed.";
 
 const char* findSolid(const char* at, const char* end) {
+    if (at != end && *at == '\n') {  // and an indentation, most of the time
+        const Word blanks{Word::ones * static_cast<unsigned char>(' ')};
+        for (++at; end - at >= 8 && std::memcmp(at, &blanks, 8) == 0; at += 8) {
+        }
+    }
     while (at != end && isKind(*at, whiteByte)) {
         ++at;
     }
     return at;
+}
+
+/// The length of the reference to one of the five entities that @p text begins with, or 0.
+std::size_t predefinedLength(std::string_view text) {
+    for (const std::string_view reference : predefined) {
+        if (text.substr(0, reference.size()) == reference) {
+            return reference.size();
+        }
+    }
+    return 0;
+}
+
+/// What ends or changes a text.
+constexpr auto textStops = [](Word word) { return word.is('>', '>' ^ '<') | word.is('&'); };
+
+/// What ends or changes a comment.
+constexpr auto commentStops = [](Word word) { return word.is('-') | word.is('&'); };
+
+/// What ends or changes an attribute's value.
+std::uint64_t valueStops(Word word, char quote) {
+    return word.is(static_cast<unsigned char>(quote)) | textStops(word) | word.below(' ');
 }
 
 /// The character that begins with a byte from 0x80 up, and its length: text has whole characters, and of a pair both
@@ -86,13 +115,14 @@ WideString quoted(std::string_view name) {
 class XmlInputStream::Impl : public PieceStream {
 public:
     Impl(io::InputStream& source, WhiteSpace what)
-        : PieceStream(u"moraine::extras::XmlInputStream"), in(source, name), keepsWhite(what == WhiteSpace::keep) {}
+        : PieceStream(u"moraine::extras::XmlInputStream"), in(source, className), keepsWhite(what == WhiteSpace::keep) {
+    }
 
     Place where() const { return in.place(); }
 
 protected:
     void produce() override {
-        out.provide(2 * batch);
+        out.compact();
         const std::size_t start = out.size();
         std::size_t good = start;
         try {
@@ -145,7 +175,7 @@ private:
         }
         switch (*in.begin()) {
             case '<':
-                return readMarkup();
+                return copyUnchanged() || readMarkup();
             case '&':
                 return readReferenceInText();
             default:
@@ -250,13 +280,145 @@ private:
         }
         if (!known) {
             raise<text::UnsupportedEncodingException>(
-                name, located(words(u"Unsupported encoding ", quoted(encoding), u"."), valuePlace));
+                className, located(words(u"Unsupported encoding ", quoted(encoding), u"."), valuePlace));
         }
         if (!encoding.empty()) {
             raise<io::DataFormatException>(
-                name, located(words(u"The document's encoding is not ", quoted(encoding), u"."), valuePlace));
+                className, located(words(u"The document's encoding is not ", quoted(encoding), u"."), valuePlace));
         }
         in.goOnAs(in.encoding());
+    }
+
+    // What needs no change
+
+    /// Copies the tags and texts at hand that can stay as they are, in one piece. False if the first one cannot.
+    bool copyUnchanged() {
+        if (textBegun || !leading.empty()) {
+            return false;
+        }
+        const char* const begin = in.begin();
+        const char* const end = in.end();
+        const char* good = begin;
+        for (const char* at = begin; at != nullptr && at != end && !opened.empty();) {
+            at = *at == '<' ? passMarkup(at, end) : passText(at, end);
+            good = at != nullptr ? at : good;
+        }
+        out.put({begin, static_cast<std::size_t>(good - begin)});
+        in.moveTo(good);
+        return good != begin;
+    }
+
+    /// The end of a tag or comment that can stay as it is; null if it cannot, is not complete at hand or is neither.
+    const char* passMarkup(const char* at, const char* end) {
+        if (at[1] != '/') {
+            return at[1] == '!' ? passComment(at, end) : passStartTag(at, end);
+        }
+        const std::string_view open = innermost();
+        if (static_cast<std::size_t>(end - at) < open.size() + 3 ||
+            std::memcmp(at + 2, open.data(), open.size()) != 0 || at[2 + open.size()] != '>') {
+            return nullptr;
+        }
+        openNames.resize(opened.back());
+        opened.pop_back();
+        return at + open.size() + 3;
+    }
+
+    static const char* passComment(const char* at, const char* end) {
+        if (at[2] != '-' || at[3] != '-') {
+            return nullptr;
+        }
+        for (at += 4;; ++at) {
+            at = findStop(at, end, commentStops);
+            if (end - at < 3 || *at == '&') {
+                return nullptr;
+            }
+            if (at[1] == '-') {
+                return at[2] == '>' ? at + 3 : nullptr;
+            }
+        }
+    }
+
+    const char* passStartTag(const char* at, const char* end) {
+        struct {
+            const char* begin;
+            std::size_t length;
+        } names[few];  // of the attributes
+        std::size_t count = 0;
+        const char* const name = ++at;
+        const char* const nameEnd = at = passPlainName(at);
+        if (at == name) {
+            return nullptr;
+        }
+        for (;;) {
+            const char* const white = at;
+            while (isKind(*at, whiteByte)) {
+                ++at;
+            }
+            if (*at == '>') {
+                opened.push_back(openNames.size());
+                openNames.append(name, nameEnd);
+                return at + 1;
+            }
+            if (*at == '/') {
+                return at[1] == '>' ? at + 2 : nullptr;
+            }
+            const char* const attribute = at;
+            at = passPlainName(at);
+            if (at == attribute || attribute == white || count == few) {
+                return nullptr;
+            }
+            const auto length = static_cast<std::size_t>(at - attribute);
+            for (std::size_t i = 0; i < count; ++i) {
+                if (names[i].length == length && std::memcmp(names[i].begin, attribute, length) == 0) {
+                    return nullptr;
+                }
+            }
+            names[count++] = {attribute, length};
+            if (*at != '=' || (at[1] != '"' && at[1] != '\'')) {
+                return nullptr;
+            }
+            const char quote = at[1];
+            const char* const value = at + 2;
+            at = findStop(value, end, [quote](Word word) { return valueStops(word, quote); });
+            if (*at != quote || (at == value && !isKind(at[1], whiteByte))) {
+                return nullptr;
+            }
+            ++at;
+        }
+    }
+
+    /// The end of a name of ASCII that begins here; the place itself if there is none.
+    static const char* passPlainName(const char* at) {
+        if (isKind(*at, nameStart)) {
+            do {
+                ++at;
+            } while (isKind(*at, nameByte));
+        }
+        return at;
+    }
+
+    /// The end of a text, or of white-space that the reader drops, in front of a tag or comment; null if it must be
+    /// changed or may go on behind what is at hand.
+    const char* passText(const char* at, const char* end) const {
+        if (isKind(*at, whiteByte)) {
+            at = keepsWhite ? end : findSolid(at, end);
+        } else {
+            at = passPredefined(at, end);
+        }
+        const bool ends = *at == '<' && at[1] != '?' && at[1] != 0 && (at[1] != '!' || at[2] == '-');
+        return ends ? at : nullptr;
+    }
+
+    /// The first byte of a text that is neither copied nor begins one of the five references.
+    static const char* passPredefined(const char* at, const char* end) {
+        for (;;) {
+            at = findStop(at, end, textStops);
+            const std::size_t length = *at == '&' ? predefinedLength({at, static_cast<std::size_t>(end - at)}) : 0;
+            if (length == 0) {
+                return at;
+            }
+            at += length;
+        }
     }
 
     // Text
@@ -287,16 +449,22 @@ private:
         }
         const char* at = from;
         for (;;) {
-            at = copyOut(at, end, [](Word word) { return word.is('>', '>' ^ '<') | word.is('&'); });
-            if (at == end || *at != '>') {
+            at = copyOut(at, end, textStops);
+            if (*at == '>') {
+                if (bracketsBefore(from, at) >= 2) {
+                    in.moveTo(at);
+                    fail(u"']]>' in a text.");
+                }
+                out.put("&gt;");
+                ++at;
+                continue;
+            }
+            const std::size_t length = predefinedLength({at, static_cast<std::size_t>(end - at)});
+            if (length == 0) {
                 break;
             }
-            if (bracketsBefore(from, at) >= 2) {
-                in.moveTo(at);
-                fail(u"']]>' in a text.");
-            }
-            out.put("&gt;");
-            ++at;
+            out.put({at, length});
+            at += length;
         }
         openBrackets = bracketsBefore(from, at);
         in.moveTo(at);
@@ -360,7 +528,7 @@ private:
     }
 
     bool readComment() {
-        const char* const at = copyOut(in.begin(), in.end(), [](Word word) { return word.is('-') | word.is('&'); });
+        const char* const at = copyOut(in.begin(), in.end(), commentStops);
         in.moveTo(at);
         if (!in.empty() && *at == '&') {
             out.put("&amp;");  // the reader would resolve it
@@ -441,9 +609,8 @@ private:
         if (length == 0 || !in.have(length + 2) || in.begin()[length + 1] != ';') {
             refuse(length + 1, bad);
         }
-        const std::string_view entity(in.begin() + 1, length);
-        if (std::find(std::begin(predefined), std::end(predefined), entity) == std::end(predefined)) {
-            fail(words(u"Undeclared entity ", quoted(entity), u"."));
+        if (predefinedLength({in.begin(), length + 2}) == 0) {
+            fail(words(u"Undeclared entity ", quoted({in.begin() + 1, length}), u"."));
         }
         out.put({in.begin(), length + 2});
         in.consume(length + 2);
@@ -615,10 +782,7 @@ private:
 
     void readValue(char quote) {
         for (;;) {
-            in.moveTo(copyOut(in.begin(), in.end(), [quote](Word word) {
-                return word.is(static_cast<unsigned char>(quote)) | word.is('>', '>' ^ '<') | word.is('&') |
-                       word.below(' ');
-            }));
+            in.moveTo(copyOut(in.begin(), in.end(), [quote](Word word) { return valueStops(word, quote); }));
             if (in.empty()) {
                 peek(badTag);
                 continue;
@@ -641,7 +805,6 @@ private:
 
     void refuseRepeated() {
         const auto nameOf = [this](const Range& one) { return std::string_view(out.at(one.begin), one.length); };
-        constexpr std::size_t few = 12;
         if (attributes.size() > few) {
             std::sort(attributes.begin(), attributes.end(),
                       [&](const Range& a, const Range& b) { return nameOf(a) < nameOf(b); });
@@ -917,10 +1080,9 @@ private:
     /// Copies what is at hand from @p at on, up to where a word stops it; returns that place.
     template <class Stops>
     const char* copyOut(const char* at, const char* end, Stops stops) {
-        char* to = out.room(static_cast<std::size_t>(end - at) + sizeof(Word));
-        at = copyUntil(at, end, to, stops);
-        out.wrote(to);
-        return at;
+        const char* const stop = findStop(at, end, stops);
+        out.put({at, static_cast<std::size_t>(stop - at)});
+        return stop;
     }
 
     static WideString located(const WideString& sentence, const Place& place) {
@@ -929,7 +1091,7 @@ private:
 
     /// Fails for what is next.
     [[noreturn]] void fail(const WideString& sentence, long line = __builtin_LINE()) {
-        raise<io::DataFormatException>(name, located(sentence, in.place()), line);
+        raise<io::DataFormatException>(className, located(sentence, in.place()), line);
     }
 
     /// Fails because there is no more, or for what is wrong there.

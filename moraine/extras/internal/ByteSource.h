@@ -49,7 +49,7 @@ public:
     }
 
 private:
-    static constexpr std::size_t blockSize = 32768;
+    static constexpr std::size_t blockSize = 16384;
 
     io::InputStream& stream;  // borrowed
     std::unique_ptr<char[]> block;

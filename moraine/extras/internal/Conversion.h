@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "moraine/extras/internal/Search.h"
 #include "moraine/extras/internal/Utf8Bytes.h"
 
 namespace moraine::extras {
@@ -17,51 +18,78 @@ struct Converted {
     char32_t character;   // what is illegal
 };
 
-/// The most bytes that one byte becomes, if what is malformed becomes U+FFFD, and what may be written behind that.
+/// The most bytes that one byte becomes, if what is malformed becomes U+FFFD.
 constexpr std::size_t growth = 3;
-constexpr std::size_t slack = 32;
 
-/// Converts UTF-8 to the form that the library's decoder takes, up to the first fault. `Plain` tells of a byte below
-/// 0x80 whether it is copied as it is, and `take(character, to)` writes any other character, or returns null if it is
-/// not allowed.
-template <class Plain, class Take>
-Converted convertUtf8(const char* from, const char* end, char* to, Plain plain, Take take) {
-    while (from != end) {
-        // As many plain bytes as possible in one go; a loop without branches, of which compilers make wide code.
-        while (end - from >= static_cast<std::ptrdiff_t>(slack)) {
-            unsigned char odd = 0;
-            for (std::size_t i = 0; i < slack; ++i) {
-                odd = static_cast<unsigned char>(odd | !plain(static_cast<unsigned char>(from[i])));
+/// What `convertUtf8` copies as it is, and what it writes for the rest.
+///
+/// `stops(Word)` tells, as `findStop` needs it, of bytes that `plain(byte)` does not take; `plain` may take a few more.
+/// `take(character, to)` writes a character, or returns null if it is not allowed; up to U+FFFF, it writes it as it
+/// was.
+template <class Stops, class Plain, class Take>
+struct Rules {
+    Stops stops;
+    Plain plain;
+    Take take;
+};
+template <class Stops, class Plain, class Take>
+Rules(Stops, Plain, Take) -> Rules<Stops, Plain, Take>;
+
+/// The end of what can be copied as it is.
+template <class Rules>
+const char* passUnchanged(const char* at, const char* end, const Rules& rules) {
+    const auto follows = [&at](int i) { return (at[i] & 0xc0) == 0x80; };
+    while ((at = findStop(at, end, rules.stops)) != end) {
+        if (static_cast<signed char>(*at) >= 0) {
+            if (!rules.plain(static_cast<unsigned char>(*at))) {
+                return at;
             }
-            if (odd != 0) {
-                break;
-            }
-            std::memcpy(to, from, slack);
-            from += slack;
-            to += slack;
+            ++at;
+            continue;
         }
-        const char* const stop = end - from > static_cast<std::ptrdiff_t>(slack) ? from + slack : end;
-        while (from < stop) {
-            const auto byte = static_cast<unsigned char>(*from);
-            if (plain(byte)) {
-                *to++ = *from++;
-                continue;
+        do {  // of characters that are not ASCII there are most of the time several
+            const auto lead = static_cast<unsigned char>(*at);
+            if (end - at >= 3 && follows(1) && lead >= 0xc2 && lead < 0xe0) {
+                at += 2;
+            } else if (end - at >= 3 && follows(1) && follows(2) && lead > 0xe0 && lead < 0xef && lead != 0xed) {
+                at += 3;
+            } else {
+                char room[longestCharacter];
+                const Sequence sequence = sequenceAt(at, end);
+                if (sequence.state != Sequence::good || sequence.length > 3 ||
+                    rules.take(sequence.character, room) == nullptr) {
+                    return at;
+                }
+                at += sequence.length;
             }
-            const Sequence sequence = sequenceAt(from, end);
-            if (sequence.state != Sequence::good) {
-                const auto reason =
-                    sequence.state == Sequence::malformed ? Converted::malformed : Converted::unfinished;
-                return {from, to, reason, sequence.length, 0};
-            }
-            char* const next = take(sequence.character, to);
-            if (next == nullptr) {
-                return {from, to, Converted::illegal, sequence.length, sequence.character};
-            }
-            to = next;
-            from += sequence.length;
-        }
+        } while (at != end && static_cast<signed char>(*at) < 0);
     }
-    return {from, to, Converted::done, 0, 0};
+    return at;
+}
+
+/// Converts UTF-8 to the form that the library's decoder takes, up to the first fault.
+template <class Rules>
+Converted convertUtf8(const char* from, const char* end, char* to, const Rules& rules) {
+    for (;;) {
+        const char* const at = passUnchanged(from, end, rules);
+        std::memcpy(to, from, static_cast<std::size_t>(at - from));
+        to += at - from;
+        from = at;
+        if (from == end) {
+            return {from, to, Converted::done, 0, 0};
+        }
+        const Sequence sequence = sequenceAt(from, end);
+        if (sequence.state != Sequence::good) {
+            const auto reason = sequence.state == Sequence::malformed ? Converted::malformed : Converted::unfinished;
+            return {from, to, reason, sequence.length, 0};
+        }
+        char* const next = rules.take(sequence.character, to);
+        if (next == nullptr) {
+            return {from, to, Converted::illegal, sequence.length, sequence.character};
+        }
+        to = next;
+        from += sequence.length;
+    }
 }
 
 }  // namespace moraine::extras

@@ -27,10 +27,9 @@ public:
     /// Whether anything, handed out or not, stands in front of what is ready.
     bool hasPast() const { return next != 0; }
 
-    /// Provides for about @p count more bytes, and gives up what is handed out and need not be kept for that. Offsets
-    /// from `size` change.
-    void provide(std::size_t count) {
-        if (capacity - last < count && next > kept) {
+    /// Gives up what is handed out and need not be kept, if there is much of it. Offsets from `size` change.
+    void compact() {
+        if (next > 4 * kept) {
             const std::size_t gone = next - kept;
             place.pass(bytes.get(), bytes.get() + gone);
             std::memmove(bytes.get(), bytes.get() + gone, last - gone);
@@ -130,7 +129,7 @@ private:
     }
 
     void grow(std::size_t count) {
-        const std::size_t wanted = std::max({last + count, capacity + capacity / 2, std::size_t{65536}});
+        const std::size_t wanted = std::max({last + count, 2 * capacity, std::size_t{1024}});
         std::unique_ptr<char[]> larger(new char[wanted]);
         if (last != 0) {
             std::memcpy(larger.get(), bytes.get(), last);

@@ -6,7 +6,7 @@ namespace moraine::extras {
 
 unsigned int PieceStream::read(char* buffer, unsigned int length) {
     if (closed) {
-        raise<io::IOException>(name, u"The stream is closed.");
+        raise<io::IOException>(className, u"The stream is closed.");
     }
     if (length == 0) {
         return 0;
@@ -27,13 +27,13 @@ unsigned int PieceStream::read(char* buffer, unsigned int length) {
 }
 
 void PieceStream::skip(long count) {
-    unsigned long left = out.skip(count, name);
+    unsigned long left = out.skip(count, className);
     while (left > 0) {
         if (closed || !produceMore()) {
-            raise<io::IOException>(name,
+            raise<io::IOException>(className,
                                    words(u"The range of the data was exceeded. : ", static_cast<long long>(count)));
         }
-        left = out.skip(static_cast<long>(left), name);
+        left = out.skip(static_cast<long>(left), className);
     }
 }
 

@@ -11,7 +11,7 @@ namespace moraine::extras {
 /// What the input streams share: they make their text in larger parts than they hand out.
 class PieceStream {
 public:
-    explicit PieceStream(const WideChar* className) : name(className) {}
+    explicit PieceStream(const WideChar* name) : className(name) {}
     PieceStream(const PieceStream& other) = delete;
     virtual ~PieceStream() = default;
     PieceStream& operator=(const PieceStream& other) = delete;
@@ -31,7 +31,7 @@ protected:
 
     bool goesOn() const { return !ended && !fault; }
 
-    const WideChar* const name;  // of the class, for failures
+    const WideChar* const className;  // for failures
     Outgoing out;
     bool ended = false;        // nothing will come behind what is ready
     std::exception_ptr fault;  // what is thrown behind that

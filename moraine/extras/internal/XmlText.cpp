@@ -12,9 +12,11 @@ namespace {
 /// So many bytes are decoded in one go.
 constexpr std::size_t slice = 8192;
 
-constexpr bool isPlain(unsigned char byte) {
-    return (byte >= 0x20 && byte < 0x80) || byte == '\t' || byte == '\n';
-}
+const Rules rules{[](Word word) { return word.notAscii() | word.below(' '); },
+                  [](unsigned char byte) { return byte == '\t' || byte == '\n' || byte >= ' '; },
+                  [](char32_t character, char* to) {
+                      return character != '\r' && isXmlCharacter(character) ? putUnits(to, character) : nullptr;
+                  }};
 
 WideString hex(char32_t character) {
     WideString digits;
@@ -38,28 +40,33 @@ bool XmlText::more() {
         last -= next;
         next = 0;
     }
-    constexpr std::size_t needed = growth * slice + slack + 1;
-    if (capacity - last < needed) {
-        const std::size_t wanted = std::max(2 * capacity, needed + slice);
+    const std::size_t before = last;
+    while (last == before && words.empty()) {
+        if ((source.size() == 0 || starved) && !source.read(className) && source.size() == 0) {
+            break;
+        }
+        starved = false;
+        provide(growth * std::min(source.size(), slice) + 1);
+        decode();
+    }
+    provide(1);
+    bytes[last] = 0;
+    return last != before;
+}
+
+/// Makes room for so many bytes more.
+void XmlText::provide(std::size_t count) {
+    if (capacity - last < count) {
+        const std::size_t wanted = std::max(2 * capacity, last + count);
         std::unique_ptr<char[]> larger(new char[wanted]);
         std::copy(bytes.get(), bytes.get() + last, larger.get());
         bytes = std::move(larger);
         capacity = wanted;
     }
-    const std::size_t before = last;
-    while (last == before && words.empty()) {
-        if ((source.size() == 0 || starved) && !source.read(name) && source.size() == 0) {
-            break;
-        }
-        starved = false;
-        decode();
-    }
-    bytes[last] = 0;
-    return last != before;
 }
 
 void XmlText::detect() {
-    while (source.size() < 4 && source.read(name)) {
+    while (source.size() < 4 && source.read(className)) {
     }
     const std::string_view start(source.begin(), std::min<std::size_t>(source.size(), 4));
     const auto begins = [start](std::string_view with) { return start.substr(0, with.size()) == with; };
@@ -121,9 +128,6 @@ void XmlText::decode() {
 }
 
 const char* XmlText::decodeUtf8(const char* from, const char* end) {
-    const auto take = [](char32_t character, char* to) {
-        return character != '\r' && isXmlCharacter(character) ? putUnits(to, character) : nullptr;
-    };
     char* const start = bytes.get() + last;
     Converted at{from, start, Converted::done, 0, 0};
     for (;;) {
@@ -133,7 +137,7 @@ const char* XmlText::decodeUtf8(const char* from, const char* end) {
                 ++at.from;
             }
         }
-        at = convertUtf8(at.from, end, at.to, isPlain, take);
+        at = convertUtf8(at.from, end, at.to, rules);
         if (at.reason != Converted::illegal || at.character != '\r') {
             break;
         }

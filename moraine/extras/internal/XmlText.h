@@ -17,7 +17,7 @@ enum class XmlEncoding { utf8, utf16Big, utf16Little, latin1, ascii };
 /// characters that XML allows are here: text that cannot be decoded ends in front of the fault.
 class XmlText {
 public:
-    XmlText(io::InputStream& stream, const WideChar* className) : source(stream), name(className) {}
+    XmlText(io::InputStream& stream, const WideChar* name) : source(stream), className(name) {}
 
     /// What is at hand: whole characters, with a zero byte behind them.
     const char* begin() const { return bytes.get() + next; }
@@ -64,6 +64,7 @@ public:
     void close() { source.close(); }
 
 private:
+    void provide(std::size_t count);
     void decode();
     const char* decodeUtf8(const char* from, const char* end);
     const char* decodeBytes(const char* from, const char* end);
@@ -73,7 +74,7 @@ private:
     void refuse(const WideChar* sentence);
 
     ByteSource source;
-    const WideChar* const name;
+    const WideChar* const className;  // for failures
     std::unique_ptr<char[]> bytes;
     std::size_t capacity = 0;
     std::size_t next = 0;
