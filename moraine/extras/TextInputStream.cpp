@@ -52,12 +52,11 @@ protected:
                 return line + 1;
             }
         }
-        count = out.whole(count, !ended);
         const bool returned = count > 0 && text[count - 1] == '\r';
         if (returned && (count < ready ? out.begin()[count] == '\n' : !ended)) {
             --count;
         }
-        return count;
+        return out.whole(count, !ended);
     }
 
     void produce() override {
@@ -127,7 +126,6 @@ private:
     }
 
     ByteSource source;
-    Outgoing out;
     const Malformed malformed;
     bool begun = false;    // past the byte order mark
     bool starved = false;  // the bytes at hand are too few to go on

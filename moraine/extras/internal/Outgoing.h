@@ -78,8 +78,14 @@ public:
                 count -= 3;
             }
         }
-        // A comment may begin with "<": then both openings stay behind.
-        return count - openingAt(count) - openingAt(count - openingAt(count));
+        // What looks like an opening may be the start of a comment that "<!--" has opened: go back over all of them. If
+        // there is nothing else, all but the first are in a comment or in no XML at all.
+        constexpr std::size_t longestOpening = 4;
+        std::size_t left = count;
+        for (std::size_t length = openingAt(left); length > 0; length = openingAt(left)) {
+            left -= length;
+        }
+        return left == 0 && count > longestOpening ? count : left;
     }
 
     /// Hands out @p count bytes, which must be ready.
