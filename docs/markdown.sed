@@ -7,6 +7,7 @@ s#\]\(snippets/([a-z]+)\.cpp\)#](\1_8cpp-example.html)#g
 s#\]\(snippets/\)#](examples.html)#g
 # A public header becomes the class in it, and all else outside of docs/ plain text.
 s#\]\(\.\./moraine/text/WideChar\.h\)#](@ref WideChar.h)#g
+s#\]\(\.\./moraine/extras/Utf8\.h\)#](@ref Utf8.h)#g
 :header
 /\]\(\.\.\/moraine\/([a-zA-Z]+\/)+[a-zA-Z0-9]+\.h\)/ {
     /\.\.\/moraine\/platform\// b outside

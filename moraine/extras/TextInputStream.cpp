@@ -36,19 +36,19 @@ protected:
         if (!out.hasPast()) {
             // At the start of all: a declaration, or what may become one.
             const bool declares = text.substr(0, declaration.size()) == declaration.substr(0, count);
-            if (declares && !ended && count < longestPiece && text.find("?>") == text.npos) {
+            if (declares && !ended && count < longestPiece && text.find("?>") == std::string_view::npos) {
                 return 0;
             }
         } else if (out.begin()[-1] != '\n') {
             const std::size_t line = text.find('\n');
-            if (line != text.npos) {
+            if (line != std::string_view::npos) {
                 return line + 1;
             }
         }
         const std::size_t ready = out.ready();
         if (count < ready) {
             const std::size_t line = text.rfind('\n');
-            if (line != text.npos) {
+            if (line != std::string_view::npos) {
                 return line + 1;
             }
         }

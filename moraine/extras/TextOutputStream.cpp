@@ -52,7 +52,8 @@ Sequence characterAt(const char* at, const char* end) {
 
 }  // namespace
 
-TextOutputStream::TextOutputStream(io::OutputStream& stream, Malformed what) : target(&stream), malformed(what) {}
+TextOutputStream::TextOutputStream(io::OutputStream& stream, Malformed malformed)
+    : target(&stream), choice(malformed) {}
 
 TextOutputStream::~TextOutputStream() = default;
 
@@ -120,7 +121,7 @@ void TextOutputStream::convert(std::string_view bytes, bool last) {
         }
         if (sequence.state == Sequence::good) {
             appendUtf8(room, sequence.character);
-        } else if (malformed == Malformed::refuse) {
+        } else if (choice == Malformed::refuse) {
             refused = true;
             break;
         } else {

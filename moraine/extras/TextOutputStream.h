@@ -26,8 +26,8 @@ namespace moraine::extras {
 /// One thread at a time; not copyable.
 class MORAINE_EXTRAS_API TextOutputStream : public io::OutputStream {
 public:
-    /// A stream that writes to @p target, which is not touched yet.
-    explicit TextOutputStream(io::OutputStream& target, Malformed malformed = Malformed::replace);
+    /// A stream that writes to @p stream, which is not touched yet.
+    explicit TextOutputStream(io::OutputStream& stream, Malformed malformed = Malformed::replace);
 
     TextOutputStream(const TextOutputStream& other) = delete;
     ~TextOutputStream() override;
@@ -57,7 +57,7 @@ private:
     void send();
 
     io::OutputStream* target;  // borrowed; null when closed
-    Malformed malformed;
+    Malformed choice;
     std::string held;               // an unfinished character, or the first half of a pair
     std::string room;               // what is on its way to the target
     unsigned long long offset = 0;  // of the first byte that is held

@@ -90,7 +90,7 @@ TEST(TextInput, Pieces) {
             EXPECT_NO_THROW(text::UTF8Decoder().doDecodeM2W(part.data(), count, true));
             all += part;
             line += static_cast<unsigned long>(std::count(part.begin(), part.end(), '\n'));
-            for (std::size_t at = part.find('\r'); at != part.npos; at = part.find('\r', at + 1)) {
+            for (std::size_t at = part.find('\r'); at != std::string_view::npos; at = part.find('\r', at + 1)) {
                 line += all[all.size() - count + at + 1] != '\n' ? 1 : 0;
             }
             EXPECT_EQ(text.line(), line);
@@ -214,9 +214,9 @@ TEST(TextOutput, Forms) {
                         EXPECT_EQ(target.bytes, c.form) << first << " " << second;
                     } else {
                         EXPECT_EQ(failure, "Malformed UTF-8. : offset " + std::to_string(c.fault));
-                        EXPECT_EQ(failureOf([&] { text.write("x", 1); }),
-                                  target.closes > 0 ? "The stream is closed." : failure);
-                        EXPECT_EQ(failureOf([&] { text.close(); }), target.closes > 0 ? "" : failure);
+                        const bool closed = target.closes > 0;
+                        EXPECT_EQ(failureOf([&] { text.write("x", 1); }), closed ? "The stream is closed." : failure);
+                        EXPECT_EQ(failureOf([&] { text.close(); }), closed ? "" : failure);
                     }
                     EXPECT_EQ(target.closes, 1);
                 }

@@ -87,7 +87,7 @@ TEST(XmlInput, Forms) {
         // What the reader drops may stay.
         const auto tight = [](std::string text) {
             for (const std::string white : {" <", "\n<"}) {
-                for (auto at = text.find(">" + white); at != text.npos; at = text.find(">" + white)) {
+                for (auto at = text.find(">" + white); at != std::string::npos; at = text.find(">" + white)) {
                     text.erase(at + 1, 1);
                 }
             }

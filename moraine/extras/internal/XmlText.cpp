@@ -107,7 +107,7 @@ void XmlText::decode() {
             static_cast<const char*>(std::memchr(from, '>', static_cast<std::size_t>(end - from)));
         end = close == nullptr ? end : close + 1;
     }
-    const char* at = from;
+    const char* at = nullptr;
     switch (form) {
         case XmlEncoding::utf8:
             at = decodeUtf8(from, end);
