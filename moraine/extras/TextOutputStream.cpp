@@ -1,5 +1,7 @@
 #include "moraine/extras/TextOutputStream.h"
 
+#include <utility>
+
 #include "moraine/extras/internal/Failure.h"
 #include "moraine/extras/internal/Utf8Bytes.h"
 #include "moraine/io/DataFormatException.h"
@@ -62,12 +64,10 @@ unsigned int TextOutputStream::write(const char* data, unsigned int length) {
         raise<io::IOException>(getClassName(), u"The stream is closed.");
     }
     if (held.empty()) {
-        convert({data, length}, false);
+        convert(data, data + length, false);
     } else {
-        held.append(data, length);
-        std::string joinedBytes;
-        joinedBytes.swap(held);
-        convert(joinedBytes, false);
+        const std::string bytes = std::exchange(held, {}).append(data, length);
+        convert(bytes.data(), bytes.data() + bytes.size(), false);
     }
     return length;
 }
@@ -83,10 +83,9 @@ void TextOutputStream::close() {
         return;
     }
     io::OutputStream* const closing = target;
-    std::string rest;
-    rest.swap(held);
+    const std::string rest = std::exchange(held, {});
     try {
-        convert(rest, true);
+        convert(rest.data(), rest.data() + rest.size(), true);
     } catch (...) {
         target = nullptr;
         closing->close();
@@ -101,9 +100,7 @@ const WideChar* TextOutputStream::getClassName() const {
 }
 
 /// Converts the next bytes of the text and writes them, but for an unfinished character at their end, which is held.
-void TextOutputStream::convert(std::string_view bytes, bool last) {
-    const char* const begin = bytes.data();
-    const char* const end = begin + bytes.size();
+void TextOutputStream::convert(const char* begin, const char* end, bool last) {
     const char* at = begin;
     bool refused = broken;
     room.clear();

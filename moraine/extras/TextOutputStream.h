@@ -1,7 +1,6 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 
 #include "moraine/extras/Export.h"
 #include "moraine/extras/Utf8.h"
@@ -53,7 +52,7 @@ public:
 private:
     const WideChar* getClassName() const;
 
-    void convert(std::string_view bytes, bool last);
+    void convert(const char* begin, const char* end, bool last);
     void send();
 
     io::OutputStream* target;  // borrowed; null when closed

@@ -209,15 +209,16 @@ private:
                 version.find_first_not_of("0123456789", 2) != std::string::npos) {
                 fail(version.empty() ? badDeclaration : u"The version is none of XML 1.");
             }
-            chooseEncoding(readPseudoAttribute("encoding"));
+            const XmlEncoding encoding = chosenEncoding(readPseudoAttribute("encoding"));
             standalone = readPseudoAttribute("standalone");
             if (!standalone.empty() && standalone != "yes" && standalone != "no") {
                 fail(u"The value of standalone is neither yes nor no.");
             }
             passWhite();
             expect("?>", badDeclaration);
-        } else if (!in.isCertain()) {
-            in.goOnAs(XmlEncoding::utf8);
+            in.goOnAs(encoding);
+        } else {
+            in.goOnAs(in.encoding());
         }
         out.put("<?xml version=\"" + version + "\" encoding=\"utf-8\"");
         if (!standalone.empty()) {
@@ -229,11 +230,15 @@ private:
     /// The value of an attribute of the declaration, and where it begins; empty if another one or none is next.
     std::string readPseudoAttribute(std::string_view wanted) {
         std::size_t white = 0;
-        while (in.have(white + 1) && isKind(in.begin()[white], whiteByte)) {
+        while (isKind(byteAt(white), whiteByte)) {
             ++white;
         }
-        if (white == 0 || !in.have(white + wanted.size()) ||
-            std::string_view(in.begin() + white, wanted.size()) != wanted) {
+        // Nothing behind the declaration may be looked at before its encoding is known.
+        std::size_t same = 0;
+        while (same < wanted.size() && byteAt(white + same) == wanted[same]) {
+            ++same;
+        }
+        if (white == 0 || same < wanted.size()) {
             return {};
         }
         in.consume(white + wanted.size());
@@ -257,8 +262,8 @@ private:
         return value;
     }
 
-    /// Goes on as the encoding of this name, which is empty if none is declared.
-    void chooseEncoding(const std::string& encoding) {
+    /// The encoding of this name, which is empty if none is declared.
+    XmlEncoding chosenEncoding(const std::string& encoding) {
         struct Named {
             std::string_view name;
             XmlEncoding form;
@@ -268,13 +273,15 @@ private:
                                  {"iso-8859-1", XmlEncoding::latin1, false},  {"utf-16", XmlEncoding::utf16Big, true},
                                  {"utf-16", XmlEncoding::utf16Little, true},  {"utf-16be", XmlEncoding::utf16Big, true},
                                  {"utf-16le", XmlEncoding::utf16Little, true}};
-        bool known = encoding.empty();
+        if (encoding.empty()) {
+            return in.encoding();
+        }
+        bool known = false;
         for (const Named& one : all) {
             if (equalIgnoringCase(encoding, one.name)) {
                 known = true;
                 if (one.form == in.encoding() || (!in.isCertain() && !one.wide)) {
-                    in.goOnAs(one.form);
-                    return;
+                    return one.form;
                 }
             }
         }
@@ -282,11 +289,8 @@ private:
             raise<text::UnsupportedEncodingException>(
                 className, located(words(u"Unsupported encoding ", quoted(encoding), u"."), valuePlace));
         }
-        if (!encoding.empty()) {
-            raise<io::DataFormatException>(
-                className, located(words(u"The document's encoding is not ", quoted(encoding), u"."), valuePlace));
-        }
-        in.goOnAs(in.encoding());
+        raise<io::DataFormatException>(
+            className, located(words(u"The document's encoding is not ", quoted(encoding), u"."), valuePlace));
     }
 
     // What needs no change

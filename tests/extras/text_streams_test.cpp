@@ -100,7 +100,7 @@ TEST(TextInput, Pieces) {
                              static_cast<unsigned char>(wanted[all.size() + 1]) >= 0xb0);
                 EXPECT_FALSE(part.back() == '\r' && wanted[all.size()] == '\n');
                 const bool opens = part.back() == '<' || (count > 4 && part.substr(count - 4) == "<!--");
-                EXPECT_FALSE(opens && part.find_first_not_of("<!-") != part.npos) << part;
+                EXPECT_FALSE(opens && part.find_first_not_of("<!-") != std::string_view::npos) << part;
             }
         }
         ASSERT_EQ(all, wanted);

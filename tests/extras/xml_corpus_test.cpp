@@ -21,7 +21,7 @@ constexpr WhiteSpace both[] = {WhiteSpace::drop, WhiteSpace::keep};
 /// MORAINE_CORPUS may name a folder with XML files; the smaller ones are cut into blocks of odd sizes too.
 TEST(XmlCorpus, HoldsWhatExpatReports) {
     std::vector<std::filesystem::path> files{std::filesystem::path(MORAINE_TESTS_EXAMPLE)};
-    if (const char* const folder = std::getenv("MORAINE_CORPUS")) {
+    if (const char* const folder = std::getenv("MORAINE_CORPUS")) {  // NOLINT(concurrency-mt-unsafe): one thread
         for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
             files.push_back(entry.path());
         }
@@ -261,7 +261,7 @@ private:
 
 TEST(XmlCorpus, MadeUpDocuments) {
     int good = 0;
-    for (unsigned int seed = 0; seed < 3000; ++seed) {
+    for (unsigned int seed = 0; seed < 1500; ++seed) {
         SCOPED_TRACE(seed);
         Maker maker(seed);
         const std::string document = maker.document();
@@ -280,15 +280,15 @@ TEST(XmlCorpus, MadeUpDocuments) {
             }
         }
     }
-    EXPECT_GT(good, 5000);
+    EXPECT_GT(good, 2500);
 }
 
 /// A fault in a document that was good: what Expat refuses is refused, and what it still takes is read likewise.
 TEST(XmlCorpus, SpoiltDocuments) {
     int refused = 0;
-    for (unsigned int seed = 0; seed < 20000; ++seed) {
+    for (unsigned int seed = 0; seed < 10000; ++seed) {
         SCOPED_TRACE(seed);
-        Maker maker(seed / 10 + 100000);
+        Maker maker(seed / 5 + 100000);
         std::string document = maker.document();
         const std::size_t at = maker.below(document.size());
         if (at + 1 >= maker.typeBegin && at <= maker.typeEnd) {
@@ -374,7 +374,7 @@ TEST(XmlCorpus, SpoiltDocuments) {
             ASSERT_NE(failure.find(" : line "), std::string::npos) << failure;
         }
     }
-    EXPECT_GT(refused, 5000);
+    EXPECT_GT(refused, 2500);
 }
 
 }  // namespace

@@ -78,7 +78,8 @@ inline std::string contentOf(io::InputStream& document, extras::WhiteSpace white
 #ifdef MORAINE_TESTS_HAVE_EXPAT
 /// What Expat makes of it; `error` and `place` if it refuses.
 struct Oracle {
-    Oracle(const std::string& document, extras::WhiteSpace white) : parser(XML_ParserCreate(nullptr)), content(white == extras::WhiteSpace::keep) {
+    Oracle(const std::string& document, extras::WhiteSpace white)
+        : parser(XML_ParserCreate(nullptr)), content(white == extras::WhiteSpace::keep) {
         XML_SetUserData(parser, this);
         XML_SetElementHandler(
             parser,

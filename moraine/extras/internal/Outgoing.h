@@ -40,7 +40,7 @@ public:
 
     /// The place for at least @p count more bytes.
     char* room(std::size_t count) {
-        if (capacity - last < count) {
+        if (capacity - last <= count) {
             grow(count);
         }
         return bytes.get() + last;
@@ -135,7 +135,7 @@ private:
     }
 
     void grow(std::size_t count) {
-        const std::size_t wanted = std::max({last + count, 2 * capacity, std::size_t{1024}});
+        const std::size_t wanted = std::max({last + count + 1, 2 * capacity, std::size_t{1024}});
         std::unique_ptr<char[]> larger(new char[wanted]);
         if (last != 0) {
             std::memcpy(larger.get(), bytes.get(), last);

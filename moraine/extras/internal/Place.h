@@ -64,7 +64,7 @@ private:
         return all;
     }
 
-    static const char* findByte(const char* at, const char* end, char byte) {
+    static const char* findByte(const char* at, const char* end, unsigned char byte) {
         const void* const found = at == end ? nullptr : std::memchr(at, byte, static_cast<std::size_t>(end - at));
         return found == nullptr ? end : static_cast<const char*>(found);
     }
@@ -72,7 +72,7 @@ private:
     static unsigned long characters(const char* at, const char* end) {
         unsigned long all = count(at, end, [](char c) { return (c & 0xc0) != 0x80; });
         // The second half of a pair is no character of its own.
-        for (; (at = findByte(at, end, '\xed')) != end; ++at) {
+        for (; (at = findByte(at, end, 0xed)) != end; ++at) {
             all -= static_cast<unsigned char>(at[1]) >= 0xb0 ? 1 : 0;
         }
         return all;
