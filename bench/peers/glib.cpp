@@ -12,8 +12,8 @@ std::pair<std::string, std::shared_ptr<GPatternSpec>> prepared(const bench::Text
 }
 
 const auto match = [](const auto& prepared, bench::Sink& sink) {
-    const auto& [text, spec] = prepared;
-    const bool held = g_pattern_spec_match(spec.get(), text.size(), text.c_str(), nullptr) != FALSE;
+    const auto& [text, pattern] = prepared;
+    const bool held = g_pattern_spec_match(pattern.get(), text.size(), text.c_str(), nullptr) != FALSE;
     sink(&held, 1);
 };
 
