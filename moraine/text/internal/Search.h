@@ -45,11 +45,12 @@ public:
                 return View::npos;
             }
             from += hit;
-            const auto end = std::mismatch(wanted.begin() + 1, wanted.end(), text.data() + from + 1).first;
-            if (end == wanted.end()) {
+            const std::ptrdiff_t same =
+                std::mismatch(wanted.begin(), wanted.end(), text.data() + from).first - wanted.begin();
+            if (same == static_cast<std::ptrdiff_t>(wanted.size())) {
                 return from;
             }
-            credit += static_cast<std::ptrdiff_t>(hit) - (end - wanted.begin()) + 1;
+            credit += static_cast<std::ptrdiff_t>(hit) + 1 - same;
             ++from;
         }
         return findByBorders(text, from);
