@@ -20,14 +20,12 @@ constexpr std::string_view byteOrderMark = "\xef\xbb\xbf";
 constexpr std::string_view declaration = "<?xml";
 constexpr char32_t replacement = 0xfffd;
 
-}  // namespace
-
-class TextInputStream::Impl : public PieceStream {
+class TextPieces : public PieceStream {
 public:
-    Impl(io::InputStream& stream, Malformed what)
+    TextPieces(io::InputStream& stream, Malformed what)
         : PieceStream(u"moraine::extras::TextInputStream"), source(stream), malformed(what) {}
 
-    Place where() const { return out.placeOf(out.begin()); }
+    Place where() const override { return out.placeOf(out.begin()); }
 
 protected:
     std::size_t whole(std::size_t count) const override {
@@ -91,9 +89,9 @@ private:
     void convert() {
         const char* const begin = source.begin();
         const char* const end = begin + std::min(source.size(), slice);
+        constexpr auto odd = [](auto unit) { return unit.notAscii() | unit.is(0); };
         const Rules rules{
-            [](Word word) { return word.notAscii() | word.is(0); }, [](unsigned char byte) { return byte != 0; },
-            [](char32_t character, char* to) { return character == 0 ? nullptr : putUnits(to, character); }};
+            odd, odd, [](char32_t character, char* to) { return character == 0 ? nullptr : putUnits(to, character); }};
         Converted at{begin, out.room(growth * static_cast<std::size_t>(end - begin)), Converted::done, 0, 0};
         for (bool go = true; go;) {
             at = convertUtf8(at.from, end, at.to, rules);
@@ -131,29 +129,31 @@ private:
     bool starved = false;  // the bytes at hand are too few to go on
 };
 
+}  // namespace
+
 TextInputStream::TextInputStream(io::InputStream& source, Malformed malformed)
-    : impl(std::make_unique<Impl>(source, malformed)) {}
+    : pieces(std::make_unique<TextPieces>(source, malformed)) {}
 
 TextInputStream::~TextInputStream() = default;
 
 unsigned int TextInputStream::read(char* buffer, unsigned int length) {
-    return impl->read(buffer, length);
+    return pieces->read(buffer, length);
 }
 
 void TextInputStream::close() {
-    impl->close();
+    pieces->close();
 }
 
 void TextInputStream::skip(long count) {
-    impl->skip(count);
+    pieces->skip(count);
 }
 
 unsigned long TextInputStream::line() const {
-    return impl->where().line;
+    return pieces->where().line;
 }
 
 unsigned long TextInputStream::column() const {
-    return impl->where().column;
+    return pieces->where().column;
 }
 
 }  // namespace moraine::extras

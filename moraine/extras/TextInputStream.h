@@ -9,6 +9,8 @@
 
 namespace moraine::extras {
 
+class PieceStream;
+
 /// Reads a text in real UTF-8 (RFC 3629) from another stream and hands it out in the form, and in the pieces, that the
 /// library's "UTF-8" decoder, `PropertyManager` and `XMLReader` take.
 ///
@@ -31,7 +33,7 @@ namespace moraine::extras {
 /// within a declaration `<?xml ... ?>` at the very start that fits into one piece. A piece has at most 10239 bytes. It
 /// ends behind a line feed where it cannot hold all that is at hand, and lines together with the piece that they are
 /// in stay so short that `PropertyManager` reads a file of any length whose lines have at most 10239 units each, with
-/// their line feeds. The source is read ahead, up to 32 KiB at a time, but `read` waits for it only while there is
+/// their line feeds. The source is read ahead, up to 16 KiB at a time, but `read` waits for it only while there is
 /// nothing to hand out.
 ///
 /// The source is borrowed: it must live as long as it is read, and is closed by `close` alone. What it throws passes
@@ -72,8 +74,7 @@ public:
     unsigned long column() const;
 
 private:
-    class Impl;
-    std::unique_ptr<Impl> impl;
+    std::unique_ptr<PieceStream> pieces;
 };
 
 }  // namespace moraine::extras

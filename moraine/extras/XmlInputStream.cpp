@@ -18,7 +18,7 @@ namespace moraine::extras {
 namespace {
 
 /// So much is made ready in one go.
-constexpr std::size_t batch = 16384;
+constexpr std::size_t batch = 8192;
 
 /// A tag that is not complete at hand is waited for only if nothing else can be handed out. So much of it is looked at.
 constexpr std::size_t lookAhead = 256;
@@ -60,15 +60,47 @@ std::size_t predefinedLength(std::string_view text) {
     return 0;
 }
 
+char lower(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+}
+
+/// The value of a digit; negative if it is none.
+int digitOf(char c, bool hex) {
+    if (c >= '0' && c <= '9') {
+        return c - '0';
+    }
+    const char letter = lower(c);
+    return hex && letter >= 'a' && letter <= 'f' ? letter - 'a' + 10 : -1;
+}
+
+/// The length of the reference that @p text begins with, if it can stay as it is: one of the five, or a number that the
+/// reader takes, and takes for that character. 0 otherwise.
+std::size_t plainReferenceLength(std::string_view text) {
+    if (text.substr(0, 2) != "&#") {
+        return predefinedLength(text);
+    }
+    const bool hex = text.substr(2, 1) == "x";
+    const std::size_t digits = hex ? 3 : 2;
+    std::size_t at = digits;
+    char32_t number = 0;
+    while (at < text.size() && at < digits + 4 && digitOf(text[at], hex) >= 0) {
+        number = number * (hex ? 16 : 10) + static_cast<char32_t>(digitOf(text[at], hex));
+        ++at;
+    }
+    const bool plain = at > digits && text.substr(at, 1) == ";" && number != '&' && isXmlCharacter(number);
+    return plain ? at + 1 : 0;
+}
+
 /// What ends or changes a text.
-constexpr auto textStops = [](Word word) { return word.is('>', '>' ^ '<') | word.is('&'); };
+constexpr auto textStops = [](auto unit) { return unit.is('>', '>' ^ '<') | unit.is('&'); };
 
 /// What ends or changes a comment.
-constexpr auto commentStops = [](Word word) { return word.is('-') | word.is('&'); };
+constexpr auto commentStops = [](auto unit) { return unit.is('-') | unit.is('&'); };
 
 /// What ends or changes an attribute's value.
-std::uint64_t valueStops(Word word, char quote) {
-    return word.is(static_cast<unsigned char>(quote)) | textStops(word) | word.below(' ');
+auto valueStops(char quote) {
+    return
+        [quote](auto unit) { return unit.is(static_cast<unsigned char>(quote)) | textStops(unit) | unit.below(' '); };
 }
 
 /// The character that begins with a byte from 0x80 up, and its length: text has whole characters, and of a pair both
@@ -89,10 +121,6 @@ char32_t characterAt(const char* at, std::size_t& length) {
     return joined(unit, 0xd000 | bits(4) << 6 | bits(5));
 }
 
-char lower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
-}
-
 bool equalIgnoringCase(std::string_view left, std::string_view right) {
     return std::equal(left.begin(), left.end(), right.begin(), right.end(),
                       [](char a, char b) { return lower(a) == lower(b); });
@@ -108,17 +136,15 @@ WideString quoted(std::string_view name) {
     return words(u"'", *units, length < name.size() ? u"...'" : u"'");
 }
 
-}  // namespace
-
 /// Walks through the document and writes it anew. Each step handles one construct, or as much of a text, comment or
 /// CDATA section as is at hand.
-class XmlInputStream::Impl : public PieceStream {
+class XmlPieces : public PieceStream {
 public:
-    Impl(io::InputStream& source, WhiteSpace what)
+    XmlPieces(io::InputStream& source, WhiteSpace what)
         : PieceStream(u"moraine::extras::XmlInputStream"), in(source, className), keepsWhite(what == WhiteSpace::keep) {
     }
 
-    Place where() const { return in.place(); }
+    Place where() const override { return in.place(); }
 
 protected:
     void produce() override {
@@ -383,7 +409,7 @@ private:
             }
             const char quote = at[1];
             const char* const value = at + 2;
-            at = findStop(value, end, [quote](Word word) { return valueStops(word, quote); });
+            at = passReferences(value, end, valueStops(quote));
             if (*at != quote || (at == value && !isKind(at[1], whiteByte))) {
                 return nullptr;
             }
@@ -407,17 +433,18 @@ private:
         if (isKind(*at, whiteByte)) {
             at = keepsWhite ? end : findSolid(at, end);
         } else {
-            at = passPredefined(at, end);
+            at = passReferences(at, end, textStops);
         }
         const bool ends = *at == '<' && at[1] != '?' && at[1] != 0 && (at[1] != '!' || at[2] == '-');
         return ends ? at : nullptr;
     }
 
-    /// The first byte of a text that is neither copied nor begins one of the five references.
-    static const char* passPredefined(const char* at, const char* end) {
+    /// The first byte that stops, and begins no reference that can stay as it is.
+    template <class Stops>
+    static const char* passReferences(const char* at, const char* end, Stops stops) {
         for (;;) {
-            at = findStop(at, end, textStops);
-            const std::size_t length = *at == '&' ? predefinedLength({at, static_cast<std::size_t>(end - at)}) : 0;
+            at = findStop(at, end, stops);
+            const std::size_t length = *at == '&' ? plainReferenceLength({at, static_cast<std::size_t>(end - at)}) : 0;
             if (length == 0) {
                 return at;
             }
@@ -453,22 +480,18 @@ private:
         }
         const char* at = from;
         for (;;) {
-            at = copyOut(at, end, textStops);
-            if (*at == '>') {
-                if (bracketsBefore(from, at) >= 2) {
-                    in.moveTo(at);
-                    fail(u"']]>' in a text.");
-                }
-                out.put("&gt;");
-                ++at;
-                continue;
-            }
-            const std::size_t length = predefinedLength({at, static_cast<std::size_t>(end - at)});
-            if (length == 0) {
+            const char* const stop = passReferences(at, end, textStops);
+            out.put({at, static_cast<std::size_t>(stop - at)});
+            at = stop;
+            if (*at != '>') {
                 break;
             }
-            out.put({at, length});
-            at += length;
+            if (bracketsBefore(from, at) >= 2) {
+                in.moveTo(at);
+                fail(u"']]>' in a text.");
+            }
+            out.put("&gt;");
+            ++at;
         }
         openBrackets = bracketsBefore(from, at);
         in.moveTo(at);
@@ -510,7 +533,7 @@ private:
                 putWhite(*at++);
             }
             beginText();
-            at = copyOut(at, end, [](Word word) { return word.is(']') | word.is('>', '>' ^ '<') | word.is('&'); });
+            at = copyOut(at, end, [](auto unit) { return unit.is(']') | textStops(unit); });
             if (at != end && *at != ']') {
                 putCharacter(static_cast<char32_t>(*at++));
             }
@@ -627,13 +650,11 @@ private:
         const std::size_t digits = at;
         char32_t number = 0;
         for (;; ++at) {
-            const char c = lower(byteAt(at));
-            const bool decimal = c >= '0' && c <= '9';
-            if (!decimal && !(hex && c >= 'a' && c <= 'f')) {
+            const int digit = digitOf(byteAt(at), hex);
+            if (digit < 0) {
                 break;
             }
-            const auto digit = static_cast<char32_t>(decimal ? c - '0' : c - 'a' + 10);
-            number = std::min<char32_t>(number * (hex ? 16 : 10) + digit, 0x110000);
+            number = std::min<char32_t>(number * (hex ? 16 : 10) + static_cast<char32_t>(digit), 0x110000);
             if (at == lookAhead) {  // of so many digits nothing is kept but their number
                 in.consume(at - digits);
                 at = digits;
@@ -786,7 +807,7 @@ private:
 
     void readValue(char quote) {
         for (;;) {
-            in.moveTo(copyOut(in.begin(), in.end(), [quote](Word word) { return valueStops(word, quote); }));
+            in.moveTo(copyOut(in.begin(), in.end(), valueStops(quote)));
             if (in.empty()) {
                 peek(badTag);
                 continue;
@@ -1118,29 +1139,31 @@ private:
     Place valuePlace;                 // of an attribute of the declaration
 };
 
+}  // namespace
+
 XmlInputStream::XmlInputStream(io::InputStream& source, WhiteSpace whiteSpace)
-    : impl(std::make_unique<Impl>(source, whiteSpace)) {}
+    : pieces(std::make_unique<XmlPieces>(source, whiteSpace)) {}
 
 XmlInputStream::~XmlInputStream() = default;
 
 unsigned int XmlInputStream::read(char* buffer, unsigned int length) {
-    return impl->read(buffer, length);
+    return pieces->read(buffer, length);
 }
 
 void XmlInputStream::close() {
-    impl->close();
+    pieces->close();
 }
 
 void XmlInputStream::skip(long count) {
-    impl->skip(count);
+    pieces->skip(count);
 }
 
 unsigned long XmlInputStream::line() const {
-    return impl->where().line;
+    return pieces->where().line;
 }
 
 unsigned long XmlInputStream::column() const {
-    return impl->where().column;
+    return pieces->where().column;
 }
 
 }  // namespace moraine::extras

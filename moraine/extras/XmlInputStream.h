@@ -8,6 +8,8 @@
 
 namespace moraine::extras {
 
+class PieceStream;
+
 /// What becomes of texts of nothing but white-space.
 enum class WhiteSpace {
     drop,  ///< they are passed over
@@ -25,37 +27,37 @@ enum class WhiteSpace {
 /// nothing and knows no namespaces.
 ///
 /// What it hands out: a well-formed document again, in UTF-8 but for characters beyond U+FFFF, which are six bytes as
-/// in `TextInputStream`. It begins with a declaration, and of the elements, attributes, texts and comments none is
-/// lost:
+/// in `TextInputStream`. It begins with a declaration, and no element, attribute, text or comment is lost:
 /// - CDATA sections become text; processing instructions and the document type are passed over. Texts on both sides of
 ///   a processing instruction or of a CDATA section are one text;
-/// - the declaration has the version and the standalone value of the document's, the latter only if it is there;
+/// - the declaration has the version of the document's, and its standalone value if there is one;
 /// - line ends are "\n", and in attribute values white-space is blanks, as XML 1.0 asks (2.11, 3.3.3), unless it was
 ///   written as a reference;
-/// - references to characters become the characters, or such references as `XMLReader` resolves: `&#9;`, `&#10;`,
-///   `&#13;`, `&#32;` where a blank would be lost, and the five names;
+/// - references to characters become the characters, or such references as `XMLReader` resolves to them;
 /// - a comment reads as it was written, references and all;
-/// - empty values, and ">" in texts and values, are written as the reader needs them, and one blank separates
-/// attributes;
-/// - white-space at the start of a text is kept. A text of nothing but white-space is passed over or kept, by choice;
-/// one
-///   that has a reference or a CDATA section in it was meant so and is always kept. White-space outside of the root
-///   element is passed over.
+/// - empty values, and ">" in texts and values, are written as the reader needs them;
+/// - white-space at the start of a text is kept. A text of nothing but white-space does not reach the reader, or does
+///   with `WhiteSpace::keep`; one that has a reference or a CDATA section in it was meant so and always does.
+///   White-space outside of the root element never does.
+///
+/// What the reader makes of it does not depend on the source's blocks. White-space between tags and the form of
+/// references may.
 ///
 /// What it does not do: nothing is ever expanded. A reference to an entity other than the five is refused by its name,
-/// whether the document type declares it or not. The document type is passed over: default values of attributes and
-/// types that would normalise them further have no effect, and of its declarations only what it takes to find their
-/// ends is checked. Names may have all characters of XML 1.0, fifth edition.
+/// whether the document type declares it or not. Default values of attributes that the document type declares, and
+/// types that would normalise values further, have no effect; of its declarations only what it takes to find their ends
+/// is checked. Names may have all characters of XML 1.0, fifth edition.
 ///
 /// Time is in proportion to the length of the document. Memory does not follow it: only the names of the open elements
 /// are kept, the tag that is being read, and the white-space at the start of a text.
 ///
 /// Blocks, as in `TextInputStream`: as long as `read` is asked for 16 bytes or more, none ends where `XMLReader` minds,
-/// and the first one has the whole declaration. The source may give blocks of any size, is read ahead, up to 32 KiB at
+/// and the first one has the whole declaration. The source may give blocks of any size, is read ahead, up to 16 KiB at
 /// a time, and is waited for only while there is nothing to hand out.
 ///
 /// The source is borrowed: it must live as long as it is read, and is closed by `close` alone. What it throws passes
-/// through. One thread at a time; not copyable.
+/// through, when all in front has been handed out, and comes again at each further call. One thread at a time; not
+/// copyable.
 class MORAINE_EXTRAS_API XmlInputStream : public io::InputStream {
 public:
     /// A stream at the start of what @p source has. The source is not touched yet.
@@ -95,8 +97,7 @@ public:
     unsigned long column() const;
 
 private:
-    class Impl;
-    std::unique_ptr<Impl> impl;
+    std::unique_ptr<PieceStream> pieces;
 };
 
 }  // namespace moraine::extras

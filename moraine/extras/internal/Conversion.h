@@ -23,25 +23,32 @@ constexpr std::size_t growth = 3;
 
 /// What `convertUtf8` copies as it is, and what it writes for the rest.
 ///
-/// `stops(Word)` tells, as `findStop` needs it, of bytes that `plain(byte)` does not take; `plain` may take a few more.
-/// `take(character, to)` writes a character, or returns null if it is not allowed; up to U+FFFF, it writes it as it
-/// was.
-template <class Stops, class Plain, class Take>
+/// `odd` tells of a `Byte` whether it is more than that: from 0x80 up, or not allowed. `stops` tells the same, as
+/// `findNear` needs it, and may stop at a few more. `take(character, to)` writes a character, or returns null if it is
+/// not allowed; up to U+FFFF, it writes it as it was.
+template <class Stops, class Odd, class Take>
 struct Rules {
     Stops stops;
-    Plain plain;
+    Odd odd;
     Take take;
 };
-template <class Stops, class Plain, class Take>
-Rules(Stops, Plain, Take) -> Rules<Stops, Plain, Take>;
+template <class Stops, class Odd, class Take>
+Rules(Stops, Odd, Take) -> Rules<Stops, Odd, Take>;
 
 /// The end of what can be copied as it is.
 template <class Rules>
 const char* passUnchanged(const char* at, const char* end, const Rules& rules) {
     const auto follows = [&at](int i) { return (at[i] & 0xc0) == 0x80; };
-    while ((at = findStop(at, end, rules.stops)) != end) {
+    for (;;) {
+        while (end - at >= stride && isFree(at, rules.odd)) {
+            at += stride;
+        }
+        at = findNear(at, end, rules.stops);
+        if (at == end) {
+            return at;
+        }
         if (static_cast<signed char>(*at) >= 0) {
-            if (!rules.plain(static_cast<unsigned char>(*at))) {
+            if (rules.odd(Byte{static_cast<unsigned char>(*at)}) != 0) {
                 return at;
             }
             ++at;
@@ -64,7 +71,6 @@ const char* passUnchanged(const char* at, const char* end, const Rules& rules) {
             }
         } while (at != end && static_cast<signed char>(*at) < 0);
     }
-    return at;
 }
 
 /// Converts UTF-8 to the form that the library's decoder takes, up to the first fault.

@@ -8,7 +8,7 @@
 
 namespace moraine::extras {
 
-/// What the input streams share: they make their text in larger parts than they hand out.
+/// What is behind an input stream of this library: it makes their text in larger parts than it hands out.
 class PieceStream {
 public:
     explicit PieceStream(const WideChar* name) : className(name) {}
@@ -19,6 +19,9 @@ public:
     unsigned int read(char* buffer, unsigned int length);
     void skip(long count);
     void close();
+
+    /// Of the next byte, or how far the source has been looked at.
+    virtual Place where() const = 0;
 
 protected:
     /// How many of the next @p count bytes, which are ready, are handed out at once; 0 if that takes more.

@@ -18,15 +18,14 @@ struct Place {
         }
         const auto length = static_cast<std::size_t>(end - at);
         if (!returned && std::memchr(at, '\r', length) == nullptr) {
-            const unsigned long lines = count(at, end, [](char c) { return c == '\n'; });
-            if (lines != 0) {
-                line += lines;
+            const char* behind = nullptr;
+            line += count(at, end, behind, [](char c) { return c == '\n'; });
+            if (behind != nullptr) {
                 column = 1;
-                const char* last = end;
-                while (last[-1] != '\n') {
-                    --last;
+                while (behind[-1] != '\n') {
+                    --behind;
                 }
-                at = last;
+                at = behind;
             }
             column += characters(at, end);
             return;
@@ -49,9 +48,10 @@ struct Place {
     }
 
 private:
-    /// How many bytes `counts`. Compilers make wide code of loops that count in bytes.
+    /// How many bytes `counts`, and a place not far behind the last of them. Compilers make wide code of loops that
+    /// count in bytes.
     template <class Counts>
-    static unsigned long count(const char* at, const char* end, Counts counts) {
+    static unsigned long count(const char* at, const char* end, const char*& behind, Counts counts) {
         unsigned long all = 0;
         while (at != end) {
             const char* const stop = end - at > 128 ? at + 128 : end;
@@ -60,6 +60,7 @@ private:
                 some = static_cast<unsigned char>(some + counts(*at));
             }
             all += some;
+            behind = some != 0 ? stop : behind;
         }
         return all;
     }
@@ -70,7 +71,8 @@ private:
     }
 
     static unsigned long characters(const char* at, const char* end) {
-        unsigned long all = count(at, end, [](char c) { return (c & 0xc0) != 0x80; });
+        const char* last = nullptr;
+        unsigned long all = count(at, end, last, [](char c) { return (c & 0xc0) != 0x80; });
         // The second half of a pair is no character of its own.
         for (; (at = findByte(at, end, 0xed)) != end; ++at) {
             all -= static_cast<unsigned char>(at[1]) >= 0xb0 ? 1 : 0;

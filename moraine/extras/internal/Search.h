@@ -5,6 +5,16 @@
 
 namespace moraine::extras {
 
+/// A byte, with the tests that `Word` has.
+struct Byte {
+    unsigned char byte;
+
+    constexpr int is(unsigned char other) const { return byte == other ? 1 : 0; }
+    constexpr int is(unsigned char other, unsigned char bits) const { return (byte | bits) == other ? 1 : 0; }
+    constexpr int notAscii() const { return byte >= 0x80 ? 1 : 0; }
+    constexpr int below(unsigned char limit) const { return byte < limit ? 1 : 0; }
+};
+
 /// Eight bytes at once: tests that leave the highest bit of the first byte that meets them, and perhaps of some behind
 /// it.
 struct Word {
@@ -25,51 +35,47 @@ private:
     static constexpr std::uint64_t zero(std::uint64_t word) { return (word - ones) & ~word & highs; }
 };
 
-/// The first byte from @p at on for which `stops(Word)` is not 0, or @p end.
+/// Whether `stops(Byte)` is 0 for all of so many bytes; a loop of which compilers make wide code.
+constexpr std::ptrdiff_t stride = 64;
+template <class Stops>
+bool isFree(const char* at, Stops stops) {
+    unsigned char met = 0;
+    for (std::ptrdiff_t i = 0; i < stride; ++i) {
+        met = static_cast<unsigned char>(met | stops(Byte{static_cast<unsigned char>(at[i])}));
+    }
+    return met == 0;
+}
+
+/// The first byte from @p at on for which `stops` is not 0, or @p end. It is asked about a `Byte` or a `Word`.
 template <class Stops>
 const char* findNear(const char* at, const char* end, Stops stops) {
-    Word word{};
-    for (; end - at >= 8; at += 8) {
+#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    for (Word word{}; end - at >= 8; at += 8) {
         std::memcpy(&word.bytes, at, 8);
         const std::uint64_t met = stops(word);
         if (met != 0) {
-#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
             return at + __builtin_ctzll(met) / 8;
-#else
-            break;
-#endif
         }
     }
-    for (; at != end; ++at) {
-        word.bytes = Word::ones * static_cast<unsigned char>(*at);
-        if (stops(word) != 0) {
-            break;
-        }
+#endif
+    while (at != end && stops(Byte{static_cast<unsigned char>(*at)}) == 0) {
+        ++at;
     }
     return at;
 }
 
-/// As `findNear`, with large steps if it is not near: a loop of which compilers make wide code.
+/// As `findNear`, in large steps behind the first few bytes.
 template <class Stops>
 const char* findStop(const char* at, const char* end, Stops stops) {
     constexpr std::ptrdiff_t near = 24;
-    constexpr std::ptrdiff_t stride = 64;
     if (end - at > near + stride) {
         const char* const stop = at + near;
         at = findNear(at, stop, stops);
         if (at != stop) {
             return at;
         }
-        for (; end - at >= stride; at += stride) {
-            std::uint64_t met = 0;
-            for (std::ptrdiff_t i = 0; i < stride; i += 8) {
-                Word word{};
-                std::memcpy(&word.bytes, at + i, 8);
-                met |= stops(word);
-            }
-            if (met != 0) {
-                break;
-            }
+        while (end - at >= stride && isFree(at, stops)) {
+            at += stride;
         }
     }
     return findNear(at, end, stops);

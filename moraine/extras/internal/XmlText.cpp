@@ -10,10 +10,10 @@ namespace moraine::extras {
 namespace {
 
 /// So many bytes are decoded in one go.
-constexpr std::size_t slice = 8192;
+constexpr std::size_t slice = 4096;
 
-const Rules rules{[](Word word) { return word.notAscii() | word.below(' '); },
-                  [](unsigned char byte) { return byte == '\t' || byte == '\n' || byte >= ' '; },
+const Rules rules{[](auto unit) { return unit.notAscii() | unit.below(' '); },
+                  [](Byte unit) { return unit.notAscii() | (unit.below(' ') & !unit.is('\t') & !unit.is('\n')); },
                   [](char32_t character, char* to) {
                       return character != '\r' && isXmlCharacter(character) ? putUnits(to, character) : nullptr;
                   }};
