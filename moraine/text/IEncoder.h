@@ -23,7 +23,7 @@ public:
     IEncoder(const IEncoder& other) = default;
     virtual ~IEncoder();
     /// For classes that can be assigned; there is nothing to take over here.
-    IEncoder& operator=(const IEncoder& other) = default;
+    IEncoder& operator=(const IEncoder& other) = default;  // NOLINT(misc-unused-parameters): there is nothing in it
 
     /// Encodes raw bytes.
     virtual OwnedByteString doEncode(const unsigned char* bytes, unsigned int length, bool last) = 0;

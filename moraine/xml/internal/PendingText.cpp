@@ -61,7 +61,7 @@ void PendingText::makeRoom(std::size_t count) {
         const std::size_t roomy =
             (std::max<std::size_t>({needed, capacity * 2, blockSize}) + markedUnits - 1) / markedUnits * markedUnits;
         room.reset(new WideChar[roomy]);
-        marks.reset(new Marks[roomy / markedUnits]);
+        marks.reset(new Marks[roomy / markedUnits]);  // NOLINT(modernize-make-unique): which would fill them
         capacity = roomy;
     }
     WideChar* const target = room ? room.get() : buffer.get();
