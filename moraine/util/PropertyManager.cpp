@@ -104,7 +104,7 @@ struct PropertyManager::Table {
     };
 
     Table() = default;
-    Table(const Table& other) {
+    Table(const Table& other) : changes(other.changes) {
         for (const Entry& entry : other.entries) {
             insert(entries.end(), entry.name(), entry.value());
         }
