@@ -23,6 +23,7 @@
 #include "moraine/net/TCPInputStream.h"
 #include "moraine/net/TCPOutputStream.h"
 #include "moraine/util/log/ILogger.h"
+#include "moraine/xml/DOM/XMLWriter.h"
 
 namespace moraine::test {
 namespace {
@@ -326,8 +327,11 @@ TEST_F(FileStreams, ThreadsAreCancelledInReadingAndAfterAnythingElse) {
             in.read(&byte, 1);
         }));
         EXPECT_TRUE(isCancelledIn([&] {
-            ::pthread_cancel(::pthread_self());
-            net::TCPOutputStream(static_cast<unsigned int>(ends[1])).close();
+            net::TCPOutputStream out(static_cast<unsigned int>(ends[1]));
+            {
+                const xml::DOM::XMLWriter writer(&out, u"BASE64", false);  // whose end writes
+                ::pthread_cancel(::pthread_self());
+            }
             util::log::ILogger log;
             log.setOutputPath(directory.name(u"log").c_str());
             log.write(u"line");

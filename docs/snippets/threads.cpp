@@ -30,7 +30,7 @@ public:
 
 //! [entry]
 struct Start {
-    lang::IThread* worker;
+    lang::IThread* worker = nullptr;
     std::promise<void> ended;
 };
 
@@ -53,7 +53,7 @@ TEST(Threads, AreAwaitedWithoutJoining) {
     if (pthread_create(&thread, nullptr, entry, start.get()) != 0) {
         FAIL() << "no thread could be started";
     }
-    start.release();  // belongs to the thread
+    static_cast<void>(start.release());  // belongs to the thread
     void* handle = nullptr;
     static_assert(sizeof handle == sizeof thread);
     std::memcpy(&handle, &thread, sizeof handle);

@@ -158,6 +158,9 @@ protected:
         } catch (...) {
             out.cut(good);
             fault = std::current_exception();
+            if (!fault) {
+                throw;  // a cancelled thread
+            }
         }
     }
 

@@ -29,7 +29,7 @@ public:
 
     /// Takes what has arrived, at most @p length bytes, and waits for it if nothing has. 0 when the peer has ended its
     /// side; 4294967295 when that fails, also without a socket. A call that a signal interrupts is repeated. A thread
-    /// may be cancelled in it, and has then taken nothing.
+    /// may be cancelled in it; what arrives at that moment may be lost.
     unsigned int read(char* buffer, unsigned int length) override;
 
 protected:

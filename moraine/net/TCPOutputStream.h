@@ -19,7 +19,7 @@ public:
     ~TCPOutputStream() override;
 
     /// Sends at most @p length bytes and returns how many; 4294967295 when that fails, also without a socket. A call
-    /// that a signal interrupts is repeated. A thread may be cancelled in it, and has then sent nothing.
+    /// that a signal interrupts is repeated. A thread may be cancelled in it; how much it has sent is then not known.
     unsigned int write(const char* data, unsigned int length) override;
 
     /// Does nothing.

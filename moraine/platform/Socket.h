@@ -2,7 +2,7 @@
 
 /// @file
 /// What the socket streams ask of the system. A socket is its descriptor. Interrupted calls are repeated.
-/// A thread may be cancelled in `receive` and `send`, which then have moved nothing.
+/// A thread may be cancelled in `receive` and `send`; how much they have moved is then not known.
 
 namespace moraine::platform {
 

@@ -115,12 +115,14 @@ Opened openToWrite(const std::string& path) noexcept {
     if (descriptor >= 0 || errno != EEXIST) {
         return {descriptor, {}};
     }
-    descriptor = openDescriptor(path, O_WRONLY);
-    if (descriptor < 0) {
-        // Where a link leads to no file yet, or the file has just gone, it is made after all.
-        return {errno == ENOENT ? openDescriptor(path, O_WRONLY | O_CREAT) : descriptor, {}};
-    }
+    // Where a link leads to no file yet, or the file has just gone, it is made after all. The flag stays where it is
+    // there: some systems then refuse files that others have laid into a folder of everybody's.
     struct stat status {};
+    const bool isMade = ::stat(path.c_str(), &status) != 0 && errno == ENOENT;
+    descriptor = openDescriptor(path, O_WRONLY | O_CREAT);
+    if (descriptor < 0 || isMade) {
+        return {descriptor, {}};
+    }
     if (::fstat(descriptor, &status) != 0) {
         return {descriptor, {true, true}};
     }

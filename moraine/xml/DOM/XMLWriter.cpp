@@ -7,6 +7,7 @@
 
 #include "moraine/io/DataFormatException.h"
 #include "moraine/lang/internal/Raise.h"
+#include "moraine/platform/Thread.h"
 #include "moraine/text/Base64Encoder.h"
 #include "moraine/text/EncoderManager.h"
 #include "moraine/text/internal/Scan.h"
@@ -98,6 +99,7 @@ XMLWriter::~XMLWriter() {
     if (isElementOpen()) {
         return;
     }
+    const platform::CancellationHold hold;  // a cancelled thread cannot unwind out of a destructor
     try {
         close();
     } catch (...) {
