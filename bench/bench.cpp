@@ -2,6 +2,9 @@
 
 #include "bench.h"
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -9,9 +12,7 @@
 #include <filesystem>
 #include <random>
 #include <regex>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
 
 namespace bench {
 namespace {

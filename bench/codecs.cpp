@@ -1,11 +1,11 @@
+#include <random>
+
 #include <moraine/text/Base64Decoder.h>
 #include <moraine/text/Base64Encoder.h>
 #include <moraine/text/URLDecoder.h>
 #include <moraine/text/URLEncoder.h>
 #include <moraine/text/UTF8Decoder.h>
 #include <moraine/text/UTF8Encoder.h>
-
-#include <random>
 
 #include "bench.h"
 

@@ -1,5 +1,6 @@
-#include <cstdlib>
 #include <malloc.h>
+
+#include <cstdlib>
 
 long heldBytes = 0;
 long peakBytes = 0;

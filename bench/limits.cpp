@@ -1,6 +1,9 @@
 // How far the library goes, and how cost grows on the way there: depth, length and number of everything that has no
 // small limit, each at several sizes and checked for its outcome. Prints one JSON object for each row and size.
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -12,8 +15,6 @@
 #include <memory>
 #include <new>
 #include <string>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 

@@ -1,10 +1,12 @@
-#include <cstdlib>
 #include <fcntl.h>
-#include <fstream>
-#include <moraine/util/log/ILogger.h>
 #include <sys/file.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+
+#include <moraine/util/log/ILogger.h>
 
 #include "bench.h"
 

@@ -1,6 +1,6 @@
-#include <moraine/text/StringUtil.h>
-
 #include <random>
+
+#include <moraine/text/StringUtil.h>
 
 #include "bench.h"
 

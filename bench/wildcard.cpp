@@ -1,4 +1,5 @@
 #include <fnmatch.h>
+
 #include <moraine/text/Wildcard.h>
 
 #include "bench.h"

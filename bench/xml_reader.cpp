@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+
 #include <moraine/io/FileInputStream.h>
 #include <moraine/io/MemoryInputStream.h>
 #include <moraine/lang/Exception.h>

@@ -1,7 +1,8 @@
 #pragma once
 
-#include <cstdio>
 #include <malloc.h>
+
+#include <cstdio>
 #include <stdexcept>
 #include <string_view>
 #include <type_traits>

@@ -1,6 +1,7 @@
 #include "xml_writer.h"
 
 #include <cstring>
+
 #include <moraine/io/FileOutputStream.h>
 #include <moraine/io/MemoryOutputStream.h>
 #include <moraine/text/UTF8Encoder.h>

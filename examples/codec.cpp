@@ -2,10 +2,11 @@
 
 #include <functional>
 
-#include "draft.h"
 #include "moraine/lang/IllegalArgumentException.h"
 #include "moraine/text/DecoderManager.h"
 #include "moraine/text/EncoderManager.h"
+
+#include "draft.h"
 #include "streams.h"
 
 namespace {

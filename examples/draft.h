@@ -9,6 +9,7 @@
 #include <string>
 
 #include "moraine/io/FileOutputStream.h"
+
 #include "streams.h"
 
 /// A file beside the one that is to be written. It takes that one's place when all has gone well, and goes otherwise.

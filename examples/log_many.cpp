@@ -1,15 +1,16 @@
 // Lets many processes and threads log at once, then looks whether every line has arrived whole.
 
+#include <sys/wait.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <thread>
 #include <vector>
 
-#include <sys/wait.h>
+#include "moraine/util/log/ILogger.h"
 
 #include "console.h"
-#include "moraine/util/log/ILogger.h"
 
 namespace {
 

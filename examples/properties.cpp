@@ -1,10 +1,11 @@
 // Reads a property file, shows or changes it, and writes it back.
 
-#include "console.h"
-#include "draft.h"
 #include "moraine/io/FileInputStream.h"
 #include "moraine/io/MemoryOutputStream.h"
 #include "moraine/util/PropertyManager.h"
+
+#include "console.h"
+#include "draft.h"
 
 namespace {
 

@@ -17,10 +17,11 @@
 #include <utility>
 #include <vector>
 
-#include "console.h"
 #include "moraine/io/FileInputStream.h"
 #include "moraine/io/InputStream.h"
 #include "moraine/io/OutputStream.h"
+
+#include "console.h"
 
 namespace console {
 

@@ -1,16 +1,17 @@
 // A server that sends a property table over TCP, and a client that reads it.
 
-#include <cerrno>
-#include <system_error>
-
 #include <netinet/in.h>
 #include <sys/socket.h>
 
-#include "console.h"
+#include <cerrno>
+#include <system_error>
+
 #include "moraine/io/MemoryOutputStream.h"
 #include "moraine/net/TCPInputStream.h"
 #include "moraine/net/TCPOutputStream.h"
 #include "moraine/util/PropertyManager.h"
+
+#include "console.h"
 
 namespace {
 

@@ -4,6 +4,7 @@
 #include <map>
 
 #include "moraine/util/validator/GenericValidator.h"
+
 #include "streams.h"
 
 namespace {

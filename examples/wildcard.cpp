@@ -1,6 +1,7 @@
 // Prints the lines that match a pattern.
 
 #include "moraine/text/Wildcard.h"
+
 #include "streams.h"
 
 namespace {

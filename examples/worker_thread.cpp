@@ -1,12 +1,13 @@
 // Runs work on a thread of its own, and waits for its end in a way that works on every system.
 
+#include <pthread.h>
+
 #include <cstring>
 #include <future>
 
-#include <pthread.h>
+#include "moraine/lang/IThread.h"
 
 #include "console.h"
-#include "moraine/lang/IThread.h"
 
 namespace {
 

@@ -1,9 +1,10 @@
 // Writes an XML document from a table of comma-separated values.
 
-#include "draft.h"
-#include "markup.h"
 #include "moraine/util/validator/GenericValidator.h"
 #include "moraine/xml/DOM/XMLWriter.h"
+
+#include "draft.h"
+#include "markup.h"
 #include "streams.h"
 
 namespace {

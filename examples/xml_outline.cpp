@@ -5,6 +5,7 @@
 
 #include "moraine/io/FileInputStream.h"
 #include "moraine/xml/DOM/XMLReader.h"
+
 #include "streams.h"
 
 namespace {

@@ -2,12 +2,13 @@
 
 #include <vector>
 
-#include "draft.h"
-#include "markup.h"
 #include "moraine/io/DataFormatException.h"
 #include "moraine/io/FileInputStream.h"
 #include "moraine/xml/DOM/XMLReader.h"
 #include "moraine/xml/DOM/XMLWriter.h"
+
+#include "draft.h"
+#include "markup.h"
 #include "streams.h"
 
 namespace {

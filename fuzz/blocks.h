@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <utility>
 
-#include "input.h"
 #include "moraine/io/MemoryInputStream.h"
+
+#include "input.h"
 
 namespace moraine::fuzz {
 

@@ -1,6 +1,5 @@
 #include <algorithm>
 
-#include "input.h"
 #include "moraine/lang/IllegalArgumentException.h"
 #include "moraine/text/Base64Decoder.h"
 #include "moraine/text/Base64Encoder.h"
@@ -9,6 +8,8 @@
 #include "moraine/text/URLEncoder.h"
 #include "moraine/text/UTF8Decoder.h"
 #include "moraine/text/UTF8Encoder.h"
+
+#include "input.h"
 
 namespace moraine::fuzz {
 namespace {

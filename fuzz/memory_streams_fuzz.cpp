@@ -1,9 +1,10 @@
 #include <climits>
 
-#include "input.h"
 #include "moraine/io/IOException.h"
 #include "moraine/io/MemoryInputStream.h"
 #include "moraine/io/MemoryOutputStream.h"
+
+#include "input.h"
 
 namespace moraine::fuzz {
 namespace {

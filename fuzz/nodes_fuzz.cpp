@@ -2,7 +2,6 @@
 #include <memory>
 #include <stdexcept>
 
-#include "input.h"
 #include "moraine/lang/ArrayIndexOutBoundsException.h"
 #include "moraine/xml/DOM/Attr.h"
 #include "moraine/xml/DOM/Comment.h"
@@ -11,6 +10,8 @@
 #include "moraine/xml/DOM/Element.h"
 #include "moraine/xml/DOM/Text.h"
 #include "moraine/xml/XMLStringUtil.h"
+
+#include "input.h"
 
 namespace moraine::fuzz {
 namespace {

@@ -1,8 +1,9 @@
 #include <map>
 
-#include "blocks.h"
 #include "moraine/io/MemoryOutputStream.h"
 #include "moraine/util/PropertyManager.h"
+
+#include "blocks.h"
 
 namespace moraine::fuzz {
 namespace {

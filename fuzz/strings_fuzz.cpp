@@ -1,11 +1,12 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "input.h"
 #include "moraine/lang/IllegalArgumentException.h"
 #include "moraine/text/internal/View.h"
 #include "moraine/text/StringUtil.h"
 #include "moraine/xml/XMLStringUtil.h"
+
+#include "input.h"
 
 namespace moraine::fuzz {
 namespace {

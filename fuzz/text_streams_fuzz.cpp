@@ -1,9 +1,10 @@
-#include "blocks.h"
 #include "moraine/extras/TextInputStream.h"
 #include "moraine/extras/TextOutputStream.h"
 #include "moraine/extras/Utf8.h"
 #include "moraine/io/MemoryOutputStream.h"
 #include "moraine/text/UTF8Decoder.h"
+
+#include "blocks.h"
 
 namespace moraine::fuzz {
 namespace {

@@ -1,8 +1,9 @@
 #include <algorithm>
 
-#include "input.h"
 #include "moraine/lang/IllegalArgumentException.h"
 #include "moraine/text/Wildcard.h"
+
+#include "input.h"
 
 namespace moraine::fuzz {
 namespace {

@@ -1,5 +1,6 @@
-#include "blocks.h"
 #include "moraine/extras/XmlInputStream.h"
+
+#include "blocks.h"
 #include "xml_reading.h"
 
 namespace moraine::fuzz {

@@ -1,8 +1,9 @@
 #include <memory>
 
-#include "blocks.h"
 #include "moraine/lang/Exception.h"
 #include "moraine/text/DecoderManager.h"
+
+#include "blocks.h"
 #include "xml_reading.h"
 
 namespace moraine::fuzz {

@@ -1,10 +1,11 @@
 #pragma once
 
-#include "input.h"
 #include "moraine/io/DataFormatException.h"
 #include "moraine/io/InputStream.h"
 #include "moraine/lang/ArrayIndexOutBoundsException.h"
 #include "moraine/xml/DOM/XMLReader.h"
+
+#include "input.h"
 
 namespace moraine::fuzz {
 

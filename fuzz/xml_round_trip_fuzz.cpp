@@ -2,6 +2,7 @@
 #include "moraine/io/MemoryOutputStream.h"
 #include "moraine/xml/DOM/XMLWriter.h"
 #include "moraine/xml/XMLStringUtil.h"
+
 #include "xml_reading.h"
 
 namespace moraine::fuzz {

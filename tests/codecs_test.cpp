@@ -1,5 +1,3 @@
-#include "support.h"
-
 #include <functional>
 #include <tuple>
 
@@ -13,6 +11,8 @@
 #include "moraine/text/URLEncoder.h"
 #include "moraine/text/UTF8Decoder.h"
 #include "moraine/text/UTF8Encoder.h"
+
+#include "support.h"
 
 namespace moraine::test {
 namespace {

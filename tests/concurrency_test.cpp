@@ -1,5 +1,3 @@
-#include "xml_support.h"
-
 #include <future>
 
 #include "moraine/io/FileInputStream.h"
@@ -15,6 +13,8 @@
 #include "moraine/xml/DOM/Element.h"
 #include "moraine/xml/DOM/XMLWriter.h"
 #include "moraine/xml/XMLStringUtil.h"
+
+#include "xml_support.h"
 
 namespace moraine::test {
 

@@ -1,5 +1,3 @@
-#include "support.h"
-
 #include "moraine/io/DataFormatException.h"
 #include "moraine/io/FileNotFoundException.h"
 #include "moraine/lang/ArrayIndexOutBoundsException.h"
@@ -9,6 +7,8 @@
 #include "moraine/net/NetworkException.h"
 #include "moraine/sql/SQLException.h"
 #include "moraine/text/UnsupportedEncodingException.h"
+
+#include "support.h"
 
 namespace moraine::test {
 namespace {

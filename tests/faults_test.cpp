@@ -1,10 +1,9 @@
-#include "xml_support.h"
-
-#include <climits>
-#include <csignal>
 #include <dlfcn.h>
 #include <malloc.h>
 #include <sys/stat.h>
+
+#include <climits>
+#include <csignal>
 
 #include "moraine/io/FileInputStream.h"
 #include "moraine/io/FileNotFoundException.h"
@@ -20,6 +19,8 @@
 #include "moraine/xml/DOM/Element.h"
 #include "moraine/xml/DOM/Text.h"
 #include "moraine/xml/DOM/XMLWriter.h"
+
+#include "xml_support.h"
 
 // clang-format off
 /// Which allocation of a thread fails: the one with the number `wanted`, and those behind it if `lasting`; of those by

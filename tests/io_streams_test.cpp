@@ -1,5 +1,3 @@
-#include "support.h"
-
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -24,6 +22,8 @@
 #include "moraine/net/TCPOutputStream.h"
 #include "moraine/util/log/ILogger.h"
 #include "moraine/xml/DOM/XMLWriter.h"
+
+#include "support.h"
 
 namespace moraine::test {
 namespace {

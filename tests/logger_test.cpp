@@ -1,5 +1,3 @@
-#include "support.h"
-
 #include <fcntl.h>
 #include <linux/capability.h>
 #include <sched.h>
@@ -23,6 +21,8 @@
 #include "moraine/lang/IllegalArgumentException.h"
 #include "moraine/lang/IllegalStateException.h"
 #include "moraine/util/log/ILogger.h"
+
+#include "support.h"
 
 static std::atomic<std::time_t> fixedTime{0};
 

@@ -1,5 +1,3 @@
-#include "support.h"
-
 #include <functional>
 #include <map>
 
@@ -10,6 +8,8 @@
 #include "moraine/xml/DOM/Document.h"
 #include "moraine/xml/DOM/Element.h"
 #include "moraine/xml/DOM/Text.h"
+
+#include "support.h"
 
 namespace moraine::test {
 namespace {

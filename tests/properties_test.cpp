@@ -1,5 +1,3 @@
-#include "xml_support.h"
-
 #include <map>
 #include <tuple>
 
@@ -9,6 +7,8 @@
 #include "moraine/text/StringUtil.h"
 #include "moraine/text/UnsupportedEncodingException.h"
 #include "moraine/util/PropertyManager.h"
+
+#include "xml_support.h"
 
 namespace moraine::test {
 namespace {

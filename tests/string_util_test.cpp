@@ -1,11 +1,11 @@
-#include "support.h"
-
 #include <tuple>
 
 #include "moraine/lang/IllegalArgumentException.h"
 #include "moraine/text/StringUtil.h"
 #include "moraine/text/Wildcard.h"
 #include "moraine/xml/XMLStringUtil.h"
+
+#include "support.h"
 
 namespace moraine::test {
 namespace {

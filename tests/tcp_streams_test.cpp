@@ -1,5 +1,3 @@
-#include "support.h"
-
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -11,6 +9,8 @@
 
 #include "moraine/net/TCPInputStream.h"
 #include "moraine/net/TCPOutputStream.h"
+
+#include "support.h"
 
 namespace moraine::test {
 namespace {

@@ -1,11 +1,11 @@
-#include "support.h"
-
 #include <pthread.h>
 
 #include <functional>
 #include <future>
 
 #include "moraine/lang/IThread.h"
+
+#include "support.h"
 
 namespace moraine::test {
 namespace {

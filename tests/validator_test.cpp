@@ -1,10 +1,10 @@
-#include "xml_support.h"
-
 #include <climits>
 #include <ctime>
 #include <tuple>
 
 #include "moraine/util/validator/GenericValidator.h"
+
+#include "xml_support.h"
 
 namespace moraine::test {
 namespace {

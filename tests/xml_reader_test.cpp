@@ -1,5 +1,3 @@
-#include "xml_support.h"
-
 #include <climits>
 #include <random>
 
@@ -8,6 +6,8 @@
 #include "moraine/lang/IllegalArgumentException.h"
 #include "moraine/lang/UnsupportedOperationException.h"
 #include "moraine/xml/internal/Marks.h"
+
+#include "xml_support.h"
 
 namespace moraine::test {
 namespace {

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "support.h"
-
 #include <algorithm>
 #include <array>
 #include <functional>
@@ -10,6 +8,8 @@
 #include "moraine/io/DataFormatException.h"
 #include "moraine/io/OutputStream.h"
 #include "moraine/xml/DOM/XMLReader.h"
+
+#include "support.h"
 
 namespace moraine::test {
 

@@ -1,9 +1,9 @@
-#include "xml_support.h"
-
 #include <sstream>
 
 #include "moraine/text/UnsupportedEncodingException.h"
 #include "moraine/xml/DOM/XMLWriter.h"
+
+#include "xml_support.h"
 
 namespace moraine::test {
 namespace {

@@ -1,5 +1,6 @@
-#include <fstream>
 #include <rapidxml/rapidxml.hpp>
+
+#include <fstream>
 
 #include "../xml_reader.h"
 

@@ -1,7 +1,5 @@
 // The examples of docs/extras.md.
 
-#include "tests/support.h"
-
 #include <moraine/extras/Cursor.h>
 #include <moraine/extras/TextInputStream.h>
 #include <moraine/extras/TextOutputStream.h>
@@ -13,6 +11,8 @@
 #include <moraine/util/PropertyManager.h>
 #include <moraine/xml/DOM/XMLReader.h>
 #include <moraine/xml/DOM/XMLWriter.h>
+
+#include "tests/support.h"
 
 using namespace moraine;
 

@@ -1,10 +1,10 @@
 // The examples of docs/failures.md.
 
-#include "tests/support.h"
-
 #include <moraine/io/DataFormatException.h>
 #include <moraine/io/FileInputStream.h>
 #include <moraine/io/FileNotFoundException.h>
+
+#include "tests/support.h"
 
 using namespace moraine;
 

@@ -1,10 +1,10 @@
 // The examples of docs/logger.md.
 
-#include "tests/support.h"
-
 #include <thread>
 
 #include <moraine/util/log/ILogger.h>
+
+#include "tests/support.h"
 
 using namespace moraine;
 

@@ -1,7 +1,5 @@
 // The examples of docs/properties.md.
 
-#include "tests/support.h"
-
 #include <algorithm>
 
 #include <moraine/io/DataFormatException.h>
@@ -9,6 +7,8 @@
 #include <moraine/io/FileOutputStream.h>
 #include <moraine/io/MemoryInputStream.h>
 #include <moraine/util/PropertyManager.h>
+
+#include "tests/support.h"
 
 using namespace moraine;
 

@@ -1,7 +1,5 @@
 // The examples of docs/streams.md.
 
-#include "tests/support.h"
-
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -12,6 +10,8 @@
 #include <moraine/io/MemoryOutputStream.h>
 #include <moraine/net/TCPInputStream.h>
 #include <moraine/net/TCPOutputStream.h>
+
+#include "tests/support.h"
 
 using namespace moraine;
 

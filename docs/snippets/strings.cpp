@@ -1,10 +1,10 @@
 // The examples of docs/strings.md.
 
-#include "tests/support.h"
-
 #include <moraine/lang/IllegalArgumentException.h>
 #include <moraine/text/StringUtil.h>
 #include <moraine/text/Wildcard.h>
+
+#include "tests/support.h"
 
 using namespace moraine;
 

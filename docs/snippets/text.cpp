@@ -1,11 +1,11 @@
 // The examples of docs/text.md.
 
-#include "tests/support.h"
-
 #include <moraine/io/MemoryInputStream.h>
 #include <moraine/lang/IllegalArgumentException.h>
 #include <moraine/text/DecoderManager.h>
 #include <moraine/text/EncoderManager.h>
+
+#include "tests/support.h"
 
 using namespace moraine;
 

@@ -1,14 +1,14 @@
 // The examples of docs/threads.md.
 
-#include "tests/support.h"
+#include <pthread.h>
 
 #include <cstring>
 #include <future>
 #include <memory>
 
-#include <pthread.h>
-
 #include <moraine/lang/IThread.h>
+
+#include "tests/support.h"
 
 using namespace moraine;
 

@@ -1,8 +1,8 @@
 // The examples of docs/validators.md.
 
-#include "tests/support.h"
-
 #include <moraine/util/validator/GenericValidator.h>
+
+#include "tests/support.h"
 
 using namespace moraine;
 

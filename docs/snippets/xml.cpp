@@ -1,7 +1,5 @@
 // The examples of docs/xml.md.
 
-#include "tests/support.h"
-
 #include <sys/socket.h>
 
 #include <moraine/io/DataFormatException.h>
@@ -15,6 +13,8 @@
 #include <moraine/xml/DOM/Text.h>
 #include <moraine/xml/DOM/XMLReader.h>
 #include <moraine/xml/DOM/XMLWriter.h>
+
+#include "tests/support.h"
 
 using namespace moraine;
 

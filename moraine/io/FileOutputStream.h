@@ -57,7 +57,7 @@ public:
     /// @throws lang::IllegalArgumentException without a message, if @p name is null; the stream is as it was
     /// @throws FileNotFoundException if the file cannot be opened, a directory for one; the stream is not open and
     ///         keeps the new name
-    /// @throws IOException if the file was there and is read-only, that is, nobody may write it, and could be opened all
+    /// @throws IOException if the file was there and is read-only, that is, nobody may write it, and could be opened
     ///         the same, by the system's administrator, say; it is as it was, and stays open
     /// @throws std::bad_alloc if there is no room for the name
     virtual void setFileName(const WideChar* name);

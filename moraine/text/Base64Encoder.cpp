@@ -1,9 +1,9 @@
 #include "moraine/text/Base64Encoder.h"
 
-#include "moraine/text/internal/Extend.h"
-#include "moraine/text/internal/Kernels.h"
 #include <algorithm>
 
+#include "moraine/text/internal/Extend.h"
+#include "moraine/text/internal/Kernels.h"
 #include "moraine/text/StringUtil.h"
 
 namespace moraine::text {

@@ -1,9 +1,9 @@
-#include "extras_support.h"
-
 #include "moraine/extras/Cursor.h"
 #include "moraine/io/MemoryInputStream.h"
 #include "moraine/lang/ArrayIndexOutBoundsException.h"
 #include "moraine/text/WideChar.h"
+
+#include "extras_support.h"
 
 using namespace moraine;
 using namespace moraine::test;

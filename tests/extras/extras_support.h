@@ -1,7 +1,5 @@
 #pragma once
 
-#include "tests/support.h"
-
 #include <algorithm>
 #include <string>
 #include <vector>
@@ -9,6 +7,8 @@
 #include "moraine/extras/Utf8.h"
 #include "moraine/io/InputStream.h"
 #include "moraine/io/OutputStream.h"
+
+#include "tests/support.h"
 
 namespace moraine::test {
 

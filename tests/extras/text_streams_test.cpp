@@ -1,5 +1,3 @@
-#include "extras_support.h"
-
 #include <random>
 
 #include "moraine/extras/TextInputStream.h"
@@ -10,6 +8,8 @@
 #include "moraine/text/UTF8Encoder.h"
 #include "moraine/util/PropertyManager.h"
 #include "moraine/xml/DOM/XMLReader.h"
+
+#include "extras_support.h"
 
 using namespace moraine;
 using namespace moraine::test;

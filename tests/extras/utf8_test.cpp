@@ -1,8 +1,8 @@
-#include "tests/support.h"
-
 #include "moraine/extras/Utf8.h"
 #include "moraine/io/DataFormatException.h"
 #include "moraine/lang/IllegalArgumentException.h"
+
+#include "tests/support.h"
 
 using namespace moraine;
 using extras::Malformed;

@@ -1,12 +1,12 @@
 // Documents of others, and made-up ones with all that XML has, against Expat.
 
-#include "xml_oracle.h"
-
 #include <cstdlib>
 #include <random>
 
 #include "moraine/io/DataFormatException.h"
 #include "moraine/io/FileInputStream.h"
+
+#include "xml_oracle.h"
 
 #ifdef MORAINE_TESTS_HAVE_EXPAT
 

@@ -1,7 +1,5 @@
 // What becomes of each construct, and how faults are told; tables.
 
-#include "extras_support.h"
-
 #include <random>
 
 #include "moraine/extras/XmlInputStream.h"
@@ -10,6 +8,8 @@
 #include "moraine/io/MemoryInputStream.h"
 #include "moraine/text/UnsupportedEncodingException.h"
 #include "moraine/xml/DOM/XMLReader.h"
+
+#include "extras_support.h"
 
 using namespace moraine;
 using namespace moraine::test;

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "extras_support.h"
-
 #include "moraine/extras/XmlInputStream.h"
 #include "moraine/xml/DOM/Node.h"
 #include "moraine/xml/DOM/XMLReader.h"
+
+#include "extras_support.h"
 
 #ifdef MORAINE_TESTS_HAVE_EXPAT
 #include <expat.h>

@@ -1,7 +1,5 @@
 #include "moraine/platform/File.h"
 
-#include "moraine/platform/Thread.h"
-
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,6 +8,8 @@
 #include <cstdint>
 #include <new>
 #include <string>
+
+#include "moraine/platform/Thread.h"
 
 namespace moraine::platform {
 namespace {

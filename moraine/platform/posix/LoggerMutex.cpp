@@ -1,7 +1,5 @@
 #include "moraine/platform/LoggerMutex.h"
 
-#include "moraine/platform/Thread.h"
-
 #include <sched.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
@@ -9,6 +7,8 @@
 
 #include <atomic>
 #include <cerrno>
+
+#include "moraine/platform/Thread.h"
 
 // The lock is a System V semaphore with a key of its own: 0 is free and 1 is taken, so a new one needs no first value.
 // It is asked for anew for each line, and nothing of it is kept: no descriptor, which a program may close and a child

@@ -1,11 +1,11 @@
 #include "moraine/platform/Socket.h"
 
-#include "moraine/platform/Thread.h"
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <cerrno>
 
-#include <sys/socket.h>
-#include <unistd.h>
+#include "moraine/platform/Thread.h"
 
 namespace moraine::platform {
 namespace {
