@@ -14,4 +14,9 @@
 #else
 /// Marks a class or a function that clients may use.
 #define MORAINE_API __attribute__((visibility("default")))
+/// Marks what is private in such a class and therefore stays inside the library.
+#define MORAINE_HIDDEN __attribute__((visibility("hidden")))
+#endif
+#ifndef MORAINE_HIDDEN
+#define MORAINE_HIDDEN
 #endif

@@ -27,56 +27,56 @@ FileInputStream::FileInputStream(const WideChar* name) {
 FileInputStream::~FileInputStream() = default;
 
 unsigned int FileInputStream::read(char* buffer, unsigned int length) {
-    if (!file) {
-        lang::raise<IOException>(getClassName(), notOpen);
-    }
+    std::FILE* const file = openedFile(state, getClassName(), notOpen);
     if (length == 0) {
         return 0;  // with a null pointer, perhaps
     }
-    std::size_t count = std::fread(buffer, 1, length, file.get());
-    while (count < length && std::ferror(file.get()) != 0 && errno == EINTR) {
-        std::clearerr(file.get());
-        count += std::fread(buffer + count, 1, length - count, file.get());
+    std::size_t count = std::fread(buffer, 1, length, file);
+    while (count < length && std::ferror(file) != 0 && errno == EINTR) {
+        std::clearerr(file);
+        count += std::fread(buffer + count, 1, length - count, file);
     }
     return static_cast<unsigned int>(count);
 }
 
 void FileInputStream::close() {
-    file.reset();
+    closeFile(state);
 }
 
 void FileInputStream::skip(long count) {
-    if (!file) {
-        lang::raise<IOException>(getClassName(), notOpen);
-    }
+    std::FILE* const file = openedFile(state, getClassName(), notOpen);
     const platform::CancellationHold hold;
-    seekWithin(file.get(), std::ftell(file.get()), count, fileSize, getClassName());
+    seekWithin(file, std::ftell(file), count, state->size, getClassName());
 }
 
 void FileInputStream::setFileName(const WideChar* name) {
     std::unique_ptr<WideChar[]> kept = normalised(name, getClassName());
     const platform::CancellationHold hold;
-    close();
-    fileName = std::move(kept);
-    if (!fileBuffer) {
-        fileBuffer.reset(new char[bufferSize]);
+    if (!state) {
+        state = std::make_unique<FileState>();
     }
-    const platform::OpenedFile opened = platform::openFile(fileName.get(), platform::OpenMode::read);
-    file.reset(opened.file);
-    if (!file) {
-        lang::raise<FileNotFoundException>(getClassName(), lang::message(u"File not found. : ", fileName.get()));
+    close();
+    state->name = std::move(kept);
+    if (!state->buffer) {
+        state->buffer.reset(new char[bufferSize]);
+    }
+    const platform::OpenedFile opened = platform::openFile(state->name.get(), platform::OpenMode::read);
+    std::FILE* const file = opened.file;
+    state->file.reset(file);
+    if (file == nullptr) {
+        lang::raise<FileNotFoundException>(getClassName(), lang::message(u"File not found. : ", state->name.get()));
     }
     if (opened.attributes.directory) {
-        lang::raise<IOException>(getClassName(), lang::message(u"This file is directoy. : ", fileName.get()));
+        lang::raise<IOException>(getClassName(), lang::message(u"This file is directoy. : ", state->name.get()));
     }
     // Without this buffer the file has another one, and reads the same.
-    static_cast<void>(std::setvbuf(file.get(), fileBuffer.get(), _IOFBF, bufferSize));
-    fileSize = std::fseek(file.get(), 0, SEEK_END) == 0 ? std::ftell(file.get()) : -1;
-    std::rewind(file.get());
+    static_cast<void>(std::setvbuf(file, state->buffer.get(), _IOFBF, bufferSize));
+    state->size = std::fseek(file, 0, SEEK_END) == 0 ? std::ftell(file) : -1;
+    std::rewind(file);
 }
 
 const WideChar* FileInputStream::getFileName() {
-    return fileName.get();
+    return state ? state->name.get() : nullptr;
 }
 
 const WideChar* FileInputStream::getClassName() const {

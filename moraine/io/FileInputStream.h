@@ -2,11 +2,12 @@
 
 #include <memory>
 
-#include "moraine/io/FileCloser.h"
 #include "moraine/io/InputStream.h"
 #include "moraine/text/WideChar.h"
 
 namespace moraine::io {
+
+struct FileState;
 
 /// Reads a file from its start.
 ///
@@ -63,10 +64,7 @@ protected:
     virtual const WideChar* getClassName() const;
 
 private:
-    std::unique_ptr<char[]> fileBuffer;  // the file's, which therefore ends first
-    OwnedFile file;                      // null when not open
-    std::unique_ptr<WideChar[]> fileName;
-    long fileSize = 0;
+    std::unique_ptr<FileState> state;
 };
 
 }  // namespace moraine::io

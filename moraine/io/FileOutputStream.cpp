@@ -26,73 +26,75 @@ FileOutputStream::FileOutputStream(const WideChar* name) {
 FileOutputStream::~FileOutputStream() = default;
 
 unsigned int FileOutputStream::write(const char* data, unsigned int length) {
-    if (!file) {
-        lang::raise<IOException>(getClassName(), notOpen);
-    }
+    std::FILE* const file = openedFile(state, getClassName(), notOpen);
     if (length == 0) {
         return 0;  // with a null pointer, perhaps
     }
     const platform::CancellationHold hold;
-    return static_cast<unsigned int>(std::fwrite(data, 1, length, file.get()));
+    return static_cast<unsigned int>(std::fwrite(data, 1, length, file));
 }
 
 void FileOutputStream::flush() {
-    if (file) {
+    if (state && state->file) {
         const platform::CancellationHold hold;
-        static_cast<void>(std::fflush(file.get()));
+        static_cast<void>(std::fflush(state->file.get()));
     }
 }
 
 void FileOutputStream::close() {
-    file.reset();
+    closeFile(state);
 }
 
 void FileOutputStream::skip(long count) {
-    if (!file) {
-        lang::raise<IOException>(getClassName(), notOpen);
-    }
+    std::FILE* const file = openedFile(state, getClassName(), notOpen);
     const platform::CancellationHold hold;
-    const long current = std::ftell(file.get());
-    if (std::fflush(file.get()) != 0) {
+    const long current = std::ftell(file);
+    if (std::fflush(file) != 0) {
         // What could not be written is gone. To move back to where it would have ended would leave a hole in its place.
         lang::raise<IOException>(getClassName(), beyondStart(moved(current, count)));
     }
-    const long end = std::fseek(file.get(), 0, SEEK_END) == 0 ? std::ftell(file.get()) : -1;
-    seekWithin(file.get(), current, count, end, getClassName());
+    const long end = std::fseek(file, 0, SEEK_END) == 0 ? std::ftell(file) : -1;
+    seekWithin(file, current, count, end, getClassName());
 }
 
 void FileOutputStream::setFileName(const WideChar* name) {
     std::unique_ptr<WideChar[]> kept = normalised(name, getClassName());
     const platform::CancellationHold hold;
-    close();
-    fileName = std::move(kept);
-    if (buffered && !fileBuffer) {
-        fileBuffer.reset(new char[bufferSize]);
+    if (!state) {
+        state = std::make_unique<FileState>();
     }
-    const platform::OpenedFile opened = platform::openFile(fileName.get(), platform::OpenMode::write);
-    file.reset(opened.file);
-    if (!file) {
-        lang::raise<FileNotFoundException>(getClassName(), fileName.get());
+    close();
+    state->name = std::move(kept);
+    const bool buffered = state->buffered;
+    if (buffered && !state->buffer) {
+        state->buffer.reset(new char[bufferSize]);
+    }
+    const platform::OpenedFile opened = platform::openFile(state->name.get(), platform::OpenMode::write);
+    std::FILE* const file = opened.file;
+    state->file.reset(file);
+    if (file == nullptr) {
+        lang::raise<FileNotFoundException>(getClassName(), state->name.get());
     }
     if (opened.attributes.directory || opened.attributes.readOnly) {
         lang::raise<IOException>(getClassName(),
-                                 lang::message(u"This file or directoy is System file. : ", fileName.get()));
+                                 lang::message(u"This file or directoy is System file. : ", state->name.get()));
     }
     // If this fails, the file has another buffer, and is written the same.
-    static_cast<void>(buffered ? std::setvbuf(file.get(), fileBuffer.get(), _IOFBF, bufferSize)
-                               : std::setvbuf(file.get(), nullptr, _IONBF, 0));
+    static_cast<void>(buffered ? std::setvbuf(file, state->buffer.get(), _IOFBF, bufferSize)
+                               : std::setvbuf(file, nullptr, _IONBF, 0));
 }
 
 const WideChar* FileOutputStream::getFileName() {
-    return fileName.get();
+    return state ? state->name.get() : nullptr;
 }
 
 const WideChar* FileOutputStream::getClassName() const {
     return ownName;
 }
 
-void withoutBuffer(FileOutputStream& stream) noexcept {
-    stream.buffered = false;
+void withoutBuffer(FileOutputStream& stream) {
+    stream.state = std::make_unique<FileState>();
+    stream.state->buffered = false;
 }
 
 }  // namespace moraine::io

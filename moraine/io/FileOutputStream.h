@@ -2,11 +2,12 @@
 
 #include <memory>
 
-#include "moraine/io/FileCloser.h"
 #include "moraine/io/OutputStream.h"
 #include "moraine/text/WideChar.h"
 
 namespace moraine::io {
+
+struct FileState;
 
 /// Writes a file from its start, through the buffer of the runtime.
 ///
@@ -71,12 +72,9 @@ protected:
     virtual const WideChar* getClassName() const;
 
 private:
-    friend void withoutBuffer(FileOutputStream& stream) noexcept;
+    friend void withoutBuffer(FileOutputStream& stream);
 
-    bool buffered = true;
-    std::unique_ptr<char[]> fileBuffer;  // the file's, which therefore ends first
-    OwnedFile file;                      // null when not open
-    std::unique_ptr<WideChar[]> fileName;
+    std::unique_ptr<FileState> state;
 };
 
 }  // namespace moraine::io

@@ -8,12 +8,7 @@ namespace moraine::io {
 /// from this one to say; whoever takes an `InputStream` lets it pass.
 class MORAINE_API InputStream {
 public:
-    InputStream() = default;
-    /// For classes that can be copied; there is nothing to copy here.
-    InputStream(const InputStream& other) = default;
     virtual ~InputStream();
-    /// For classes that can be assigned; there is nothing to take over here.
-    InputStream& operator=(const InputStream& other) = default;
 
     /// Places at most @p length bytes at @p buffer and returns how many. Fewer than asked for say nothing about what
     /// is still to come; 0 says that no more will, unless @p length is 0.

@@ -49,8 +49,8 @@ public:
     unsigned int getSize();
 
 private:
-    const WideChar* getClassName() const;
-    void giveBack(long enough) noexcept;
+    MORAINE_HIDDEN const WideChar* getClassName() const;
+    MORAINE_HIDDEN void giveBack(long enough) noexcept;
 
     std::unique_ptr<char[]> bytes;
     long size = 0;

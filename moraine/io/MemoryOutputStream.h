@@ -52,17 +52,17 @@ public:
     void writeto(OutputStream* target);
 
 private:
-    struct Free {
+    struct MORAINE_HIDDEN Free {
         void operator()(char* doomed) const noexcept;
     };
     /// A block of the C library, which can enlarge one, and a big one without copying what is in it.
     using Bytes = std::unique_ptr<char[], Free>;
 
-    const WideChar* getClassName() const;
+    MORAINE_HIDDEN const WideChar* getClassName() const;
 
-    static Bytes newBytes(unsigned int capacity);
-    static Bytes copyOf(const MemoryOutputStream& other);
-    const char* makeRoom(const char* data, unsigned int length);
+    MORAINE_HIDDEN static Bytes newBytes(unsigned int capacity);
+    MORAINE_HIDDEN static Bytes copyOf(const MemoryOutputStream& other);
+    MORAINE_HIDDEN const char* makeRoom(const char* data, unsigned int length);
 
     Bytes bytes;
     unsigned int capacity;

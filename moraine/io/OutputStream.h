@@ -8,12 +8,7 @@ namespace moraine::io {
 /// from this one to say; whoever takes an `OutputStream` lets it pass.
 class MORAINE_API OutputStream {
 public:
-    OutputStream() = default;
-    /// For classes that can be copied; there is nothing to copy here.
-    OutputStream(const OutputStream& other) = default;
     virtual ~OutputStream();
-    /// For classes that can be assigned; there is nothing to take over here.
-    OutputStream& operator=(const OutputStream& other) = default;
 
     /// Takes @p length bytes from @p data and returns how many it took.
     virtual unsigned int write(const char* data, unsigned int length) = 0;

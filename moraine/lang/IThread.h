@@ -77,7 +77,7 @@ public:
     const WideChar* getThreadName();
 
 private:
-    void closeHandle() noexcept;
+    MORAINE_HIDDEN void closeHandle() noexcept;
 
     std::atomic<void*> threadHandle{nullptr};
     std::unique_ptr<WideChar[]> threadName;

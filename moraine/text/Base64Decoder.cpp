@@ -4,11 +4,14 @@
 
 #include "moraine/lang/IllegalArgumentException.h"
 #include "moraine/lang/internal/Raise.h"
+#include "moraine/text/internal/Base64Kernels.h"
 #include "moraine/text/internal/Extend.h"
-#include "moraine/text/internal/Kernels.h"
+#include "moraine/text/internal/HeldBytes.h"
 
 namespace moraine::text {
 namespace {
+
+constexpr const WideChar* className = u"moraine::text::Base64Decoder";
 
 /// One byte as an element of the result: itself, or a unit of the same value.
 template <class Text>
@@ -58,56 +61,28 @@ bool takeGroup(kernels::Walk<Element>& walk, char* group) {
     return count == 4;
 }
 
-}  // namespace
-
-Base64Decoder::~Base64Decoder() = default;
-
-OwnedByteString Base64Decoder::doDecode(const char* bytes, unsigned int length, bool last) {
-    return held.keptWithoutMemory([&] {
-        auto result = std::make_unique<ByteString>();
-        decodeRest(takeGroups(bytes, length, last, *result), *result);
-        return result;
-    });
-}
-
-OwnedWideString Base64Decoder::doDecodeM2W(const char* bytes, unsigned int length, bool last) {
-    return held.keptWithoutMemory([&] {
-        auto result = std::make_unique<WideString>();
-        const Rest rest = takeGroups(bytes, length, last, *result);
-        try {
-            decodeRest(rest, *result);
-        } catch (lang::IllegalArgumentException& e) {
-            lang::passOn(e, getClassName());
-        }
-        return result;
-    });
-}
-
-void Base64Decoder::clear() {
-    held.clear();
-}
-
-const WideChar* Base64Decoder::getDecodeName() const {
-    return u"BASE64";
-}
-
-const WideChar* Base64Decoder::getClassName() const {
-    return u"moraine::text::Base64Decoder";
-}
-
-unsigned int Base64Decoder::getBase64Index(char c) const {
+/// The 6-bit value of a character.
+/// @throws lang::IllegalArgumentException with the character between apostrophes, if it has none
+unsigned int getBase64Index(char c) {
     const int value = kernels::base64Value(c);
     if (value == kernels::noBase64Value) {
         // The char is widened with its sign.
         const auto unit = static_cast<WideChar>(static_cast<signed char>(c));
-        lang::raise<lang::IllegalArgumentException>(getClassName(), lang::message(u"'", unit, u"'"));
+        lang::raise<lang::IllegalArgumentException>(className, lang::message(u"'", unit, u"'"));
     }
     return static_cast<unsigned int>(value);
 }
 
-template <class Text>
-Base64Decoder::Rest Base64Decoder::takeGroups(const char* bytes, unsigned int length, bool last, Text& result) {
-    std::string_view text = held.join(bytes, length, workText);
+/// What is to be decoded after the groups that could be taken without a look at the end.
+struct Rest {
+    std::string_view full;  // whole groups with CR LF pairs
+    char tail[4] = {};      // the last characters that are not of a CR LF pair: one group at most
+    bool closed = false;    // whether the tail is the last group of the stream, which may be padded
+};
+
+/// Decodes ahead in the block with what was held before it. What stays back is held from here on.
+template <class Held, class Text>
+Rest takeGroups(Held& held, std::string_view text, bool last, Text& result) {
     while (endsInLineEnd(text)) {
         text.remove_suffix(2);
     }
@@ -118,7 +93,7 @@ Base64Decoder::Rest Base64Decoder::takeGroups(const char* bytes, unsigned int le
     const std::size_t count = text.size() - 2 * countLineEnds(text);
     const std::size_t incomplete = count % 4;
     if (last && incomplete != 0) {
-        lang::raise<lang::IllegalArgumentException>(getClassName());
+        lang::raise<lang::IllegalArgumentException>(className);
     }
     const std::size_t tailLength = incomplete != 0 || count == 0 ? incomplete : 4;
     Rest rest;
@@ -133,13 +108,13 @@ Base64Decoder::Rest Base64Decoder::takeGroups(const char* bytes, unsigned int le
     rest.full = text;
     rest.closed = last && count > 0;
     if (!last) {
-        held.hold({rest.tail, tailLength});
+        hold(held, {rest.tail, tailLength});
     }
     return rest;
 }
 
 template <class Text>
-void Base64Decoder::decodeRest(const Rest& rest, Text& result) const {
+void decodeRest(const Rest& rest, Text& result) {
     using Element = typename Text::value_type;
     kernels::Walk<Element> walk{rest.full.data(), rest.full.data() + rest.full.size(),
                                 extend(result, rest.full.size() / 4 * 3)};
@@ -169,6 +144,39 @@ void Base64Decoder::decodeRest(const Rest& rest, Text& result) const {
             }
         }
     }
+}
+
+}  // namespace
+
+OwnedByteString Base64Decoder::doDecode(const char* bytes, unsigned int length, bool last) {
+    return keptWithoutMemory(held, [&] {
+        auto result = std::make_unique<ByteString>();
+        ByteString joined;
+        decodeRest(takeGroups(held, joinHeld(held, bytes, length, joined), last, *result), *result);
+        return result;
+    });
+}
+
+OwnedWideString Base64Decoder::doDecodeM2W(const char* bytes, unsigned int length, bool last) {
+    return keptWithoutMemory(held, [&] {
+        auto result = std::make_unique<WideString>();
+        ByteString joined;
+        const Rest rest = takeGroups(held, joinHeld(held, bytes, length, joined), last, *result);
+        try {
+            decodeRest(rest, *result);
+        } catch (lang::IllegalArgumentException& e) {
+            lang::passOn(e, className);
+        }
+        return result;
+    });
+}
+
+void Base64Decoder::clear() {
+    held.count = 0;
+}
+
+const WideChar* Base64Decoder::getDecodeName() const {
+    return u"BASE64";
 }
 
 }  // namespace moraine::text

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "moraine/text/HeldBytes.h"
 #include "moraine/text/IDecoder.h"
 
 namespace moraine::text {
@@ -18,13 +17,6 @@ namespace moraine::text {
 /// what it would hold had the call succeeded. Copies go on with the same held characters.
 class MORAINE_API Base64Decoder : public IDecoder {
 public:
-    Base64Decoder() = default;
-    /// Copies the held characters too.
-    Base64Decoder(const Base64Decoder& other) = default;
-    ~Base64Decoder() override;
-    /// Takes over the held characters.
-    Base64Decoder& operator=(const Base64Decoder& other) = default;
-
     /// @throws lang::IllegalArgumentException with the character between apostrophes, if one is not accepted in its
     ///         place; without a message, if @p last is true and the number of characters is no multiple of 4
     OwnedByteString doDecode(const char* bytes, unsigned int length, bool last) override;
@@ -36,28 +28,10 @@ public:
     const WideChar* getDecodeName() const override;
 
 private:
-    const WideChar* getClassName() const;
-
-    /// The 6-bit value of a character.
-    /// @throws lang::IllegalArgumentException with the character between apostrophes, if it has none
-    unsigned int getBase64Index(char c) const;
-
-    /// What is to be decoded behind the groups that could be taken without a look at the end.
-    struct Rest {
-        std::string_view full;  // whole groups with CR LF pairs
-        char tail[4] = {};      // the last characters that are not of a CR LF pair: one group at most
-        bool closed = false;    // whether the tail is the last group of the stream, which may be padded
-    };
-
-    /// Decodes ahead what was held and the block. What stays back is held from here on.
-    template <class Text>
-    Rest takeGroups(const char* bytes, unsigned int length, bool last, Text& result);
-
-    template <class Text>
-    void decodeRest(const Rest& rest, Text& result) const;
-
-    HeldBytes<4> held;
-    ByteString workText;  // means nothing between calls
+    struct Held {
+        char bytes[4] = {};
+        unsigned int count = 0;
+    } held;  // the last group so far
 };
 
 }  // namespace moraine::text

@@ -2,15 +2,11 @@
 
 #include <algorithm>
 
+#include "moraine/text/internal/Base64Kernels.h"
 #include "moraine/text/internal/Extend.h"
-#include "moraine/text/internal/Kernels.h"
 #include "moraine/text/StringUtil.h"
 
 namespace moraine::text {
-
-Base64Encoder::Base64Encoder() = default;
-
-Base64Encoder::~Base64Encoder() = default;
 
 OwnedByteString Base64Encoder::doEncode(const unsigned char* bytes, unsigned int length, bool last) {
     return encode(bytes, length, last);
@@ -50,7 +46,7 @@ OwnedByteString Base64Encoder::encode(const unsigned char* bytes, std::size_t le
     }
     if (last) {
         if (closing != 0) {
-            result->append(1, alphabet[pendingBits]).append(closing - 1, '=');
+            result->append(1, kernels::base64Digits[pendingBits]).append(closing - 1, '=');
         }
         clear();
     }
@@ -59,10 +55,10 @@ OwnedByteString Base64Encoder::encode(const unsigned char* bytes, std::size_t le
 
 void Base64Encoder::encodeByte(unsigned int byte, ByteString& result) {
     pendingCount += 2;
-    result += alphabet[pendingBits | byte >> pendingCount];
+    result += kernels::base64Digits[pendingBits | byte >> pendingCount];
     pendingBits = (byte & ((1U << pendingCount) - 1)) << (6 - pendingCount);
     if (pendingCount == 6) {
-        result += alphabet[pendingBits];
+        result += kernels::base64Digits[pendingBits];
         clear();
     }
 }

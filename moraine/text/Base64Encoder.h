@@ -12,13 +12,6 @@ namespace moraine::text {
 /// on with the same held bits.
 class MORAINE_API Base64Encoder : public IEncoder {
 public:
-    Base64Encoder();
-    /// Copies the held bits too.
-    Base64Encoder(const Base64Encoder& other) = default;
-    ~Base64Encoder() override;
-    /// Takes over the held bits.
-    Base64Encoder& operator=(const Base64Encoder& other) = default;
-
     OwnedByteString doEncode(const unsigned char* bytes, unsigned int length, bool last) override;
 
     /// Encodes the bytes of the units: one byte below 0x100, otherwise two, high byte first. The forms are not
@@ -29,13 +22,11 @@ public:
     const WideChar* getEncodeName() const override;
 
 private:
-    OwnedByteString encode(const unsigned char* bytes, std::size_t length, bool last);
+    MORAINE_HIDDEN OwnedByteString encode(const unsigned char* bytes, std::size_t length, bool last);
 
     /// Encodes one byte by itself: it ends the value that is pending and begins the next one.
-    void encodeByte(unsigned int byte, ByteString& result);
+    MORAINE_HIDDEN void encodeByte(unsigned int byte, ByteString& result);
 
-    // Indexes 0 to 63 are the digits, 64 is the padding.
-    const char* alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/=";
     unsigned int pendingBits = 0;   // already at their place in the next 6-bit value
     unsigned int pendingCount = 0;  // 0, 2 or 4
 };

@@ -20,7 +20,7 @@ public:
     IDecoder* getDecoder(const WideChar* name);
 
 private:
-    const WideChar* getClassName() const;
+    MORAINE_HIDDEN const WideChar* getClassName() const;
 };
 
 }  // namespace moraine::text

@@ -20,7 +20,7 @@ public:
     IEncoder* getEncoder(const WideChar* name);
 
 private:
-    const WideChar* getClassName() const;
+    MORAINE_HIDDEN const WideChar* getClassName() const;
 };
 
 }  // namespace moraine::text

@@ -20,12 +20,7 @@ namespace moraine::text {
 /// time; separate objects are independent.
 class MORAINE_API IDecoder {
 public:
-    IDecoder() = default;
-    /// For classes that can be copied; there is nothing to copy here.
-    IDecoder(const IDecoder& other) = default;
     virtual ~IDecoder();
-    /// For classes that can be assigned; there is nothing to take over here.
-    IDecoder& operator=(const IDecoder& other) = default;
 
     /// Decodes to raw bytes.
     virtual OwnedByteString doDecode(const char* bytes, unsigned int length, bool last) = 0;

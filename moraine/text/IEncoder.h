@@ -18,12 +18,7 @@ namespace moraine::text {
 /// separate objects are independent.
 class MORAINE_API IEncoder {
 public:
-    IEncoder() = default;
-    /// For classes that can be copied; there is nothing to copy here.
-    IEncoder(const IEncoder& other) = default;
     virtual ~IEncoder();
-    /// For classes that can be assigned; there is nothing to take over here.
-    IEncoder& operator=(const IEncoder& other) = default;  // NOLINT(misc-unused-parameters): there is nothing in it
 
     /// Encodes raw bytes.
     virtual OwnedByteString doEncode(const unsigned char* bytes, unsigned int length, bool last) = 0;

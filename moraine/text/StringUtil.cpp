@@ -7,6 +7,7 @@
 #include "moraine/lang/IllegalArgumentException.h"
 #include "moraine/lang/internal/Raise.h"
 #include "moraine/platform/Locale.h"
+#include "moraine/text/internal/HexDigits.h"
 #include "moraine/text/internal/Replace.h"
 #include "moraine/text/internal/Scan.h"
 #include "moraine/text/internal/View.h"
@@ -14,28 +15,11 @@
 namespace moraine::text {
 namespace {
 
-constexpr char hexDigits[] = "0123456789ABCDEF";
-
-/// The value of a hexadecimal digit of either case, or -1.
-template <class Unit>
-int digitValue(Unit unit) {
-    if (unit >= '0' && unit <= '9') {
-        return unit - '0';
-    }
-    if (unit >= 'A' && unit <= 'F') {
-        return unit - 'A' + 10;
-    }
-    if (unit >= 'a' && unit <= 'f') {
-        return unit - 'a' + 10;
-    }
-    return -1;
-}
-
 template <class Unit>
 std::int32_t lenientHexValue(const Unit* text, unsigned int length) {
     std::uint32_t total = 0;
     for (unsigned int i = 0; i < length; ++i) {
-        const int digit = digitValue(text[i]);
+        const int digit = hexValue(text[i]);
         if (digit < 0) {
             return -1;
         }
@@ -91,7 +75,7 @@ StringUtil::~StringUtil() = default;
 char StringUtil::fromHexString(const char* text, unsigned int length) const {
     unsigned int total = 0;
     for (unsigned int i = 0; i < length; ++i) {
-        const int digit = digitValue(text[i]);
+        const int digit = hexValue(text[i]);
         if (digit < 0 || text[i] >= 'a') {
             lang::raise<lang::IllegalArgumentException>(getClassName());
         }

@@ -20,12 +20,7 @@ namespace moraine::text {
 /// operations throw.
 class MORAINE_API StringUtil {
 public:
-    StringUtil() = default;
-    /// There is no state to copy.
-    StringUtil(const StringUtil& other) = default;
     virtual ~StringUtil();
-    /// There is no state to take over.
-    StringUtil& operator=(const StringUtil& other) = default;
 
     /// The value of hexadecimal digits, upper-case letters only, the first digit the most significant. The low 8
     /// bits of it are the result, so leading digits may fall off; no digit at all gives 0.
@@ -97,7 +92,7 @@ public:
     OwnedByteString wide2Chars(const WideChar* text, unsigned int length);
 
 private:
-    const WideChar* getClassName() const;
+    MORAINE_HIDDEN const WideChar* getClassName() const;
 };
 
 }  // namespace moraine::text

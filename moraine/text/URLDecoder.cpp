@@ -3,22 +3,38 @@
 #include "moraine/lang/IllegalArgumentException.h"
 #include "moraine/lang/internal/Raise.h"
 #include "moraine/text/internal/Extend.h"
-#include "moraine/text/internal/Kernels.h"
+#include "moraine/text/internal/HeldBytes.h"
+#include "moraine/text/internal/UrlKernels.h"
+#include "moraine/text/StringUtil.h"
 
 namespace moraine::text {
 
-URLDecoder::~URLDecoder() = default;
+namespace {
+
+/// Throws for what stands first in the rest of a block; @p behind is how many bytes an escape wants after its "%".
+[[noreturn]] void refuse(std::string_view rest, std::size_t behind, const WideChar* className) {
+    if (rest[0] == '%' && rest.size() > behind) {
+        // Of the two escapes that may stand here, the first bad one counts. A lower-case digit is refused by this:
+        const std::size_t bad = url::escapeValue(&rest[1]) < 0 ? 1 : 4;
+        if (url::areHexDigits(&rest[bad])) {
+            StringUtil().fromHexString(&rest[bad], 2);
+        }
+    }
+    lang::raise<lang::IllegalArgumentException>(className);
+}
+
+}  // namespace
 
 OwnedByteString URLDecoder::doDecode(const char* bytes, unsigned int length, bool last) {
-    return held.keptWithoutMemory([&] { return decode<ByteString>(bytes, length, last); });
+    return keptWithoutMemory(held, [&] { return decode<ByteString>(bytes, length, last); });
 }
 
 OwnedWideString URLDecoder::doDecodeM2W(const char* bytes, unsigned int length, bool last) {
-    return held.keptWithoutMemory([&] { return decode<WideString>(bytes, length, last); });
+    return keptWithoutMemory(held, [&] { return decode<WideString>(bytes, length, last); });
 }
 
 void URLDecoder::clear() {
-    held.clear();
+    held.count = 0;
 }
 
 const WideChar* URLDecoder::getDecodeName() const {
@@ -32,30 +48,20 @@ const WideChar* URLDecoder::getClassName() const {
 template <class Text>
 std::unique_ptr<Text> URLDecoder::decode(const char* bytes, unsigned int length, bool last) {
     using Element = typename Text::value_type;
-    const std::string_view input = held.join(bytes, length, workText);
+    ByteString joined;
+    const std::string_view input = joinHeld(held, bytes, length, joined);
     auto result = std::make_unique<Text>(input.size(), Element());
     kernels::Walk<Element> walk{input.data(), input.data() + input.size(), result->data()};
     kernels::decodeUrl(walk);
     if (walk.at < walk.end) {
         const std::size_t behind = sizeof(Element) == 1 ? 2 : 5;  // what it takes to tell a complete escape
         if (last || *walk.at != '%' || walk.left() > behind) {
-            refuse({walk.at, walk.left()}, behind);
+            refuse({walk.at, walk.left()}, behind, getClassName());
         }
-        held.hold({walk.at, walk.left()});
+        hold(held, {walk.at, walk.left()});
     }
     endAt(*result, walk.out);
     return result;
-}
-
-void URLDecoder::refuse(std::string_view rest, std::size_t behind) const {
-    if (rest[0] == '%' && rest.size() > behind) {
-        // Of the two escapes that may stand here, the first bad one counts. A lower-case digit is refused by this:
-        const std::size_t bad = url::escapeValue(&rest[1]) < 0 ? 1 : 4;
-        if (url::areHexDigits(&rest[bad])) {
-            stringUtil.fromHexString(&rest[bad], 2);
-        }
-    }
-    lang::raise<lang::IllegalArgumentException>(getClassName());
 }
 
 }  // namespace moraine::text

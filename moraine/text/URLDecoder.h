@@ -1,8 +1,6 @@
 #pragma once
 
-#include "moraine/text/HeldBytes.h"
 #include "moraine/text/IDecoder.h"
-#include "moraine/text/StringUtil.h"
 
 namespace moraine::text {
 
@@ -20,13 +18,6 @@ namespace moraine::text {
 /// digit is at fault, and this class otherwise.
 class MORAINE_API URLDecoder : public IDecoder {
 public:
-    URLDecoder() = default;
-    /// Copies the held bytes too.
-    URLDecoder(const URLDecoder& other) = default;
-    ~URLDecoder() override;
-    /// Takes over the held bytes.
-    URLDecoder& operator=(const URLDecoder& other) = default;
-
     /// @throws lang::IllegalArgumentException if an escape has a bad or lower-case digit, or if @p last is true and
     ///         fewer than two bytes follow a "%"
     OwnedByteString doDecode(const char* bytes, unsigned int length, bool last) override;
@@ -44,14 +35,12 @@ protected:
 
 private:
     template <class Text>
-    std::unique_ptr<Text> decode(const char* bytes, unsigned int length, bool last);
+    MORAINE_HIDDEN std::unique_ptr<Text> decode(const char* bytes, unsigned int length, bool last);
 
-    /// Throws for what stands first in the rest of a block; @p behind is how many bytes an escape wants behind its "%".
-    [[noreturn]] void refuse(std::string_view rest, std::size_t behind) const;
-
-    HeldBytes<6> held;
-    ByteString workText;  // means nothing between calls
-    StringUtil stringUtil;
+    struct Held {
+        char bytes[6] = {};
+        unsigned int count = 0;
+    } held;  // the start of an escape
 };
 
 }  // namespace moraine::text

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "moraine/text/internal/Kernels.h"
+#include "moraine/text/internal/UrlKernels.h"
 
 namespace moraine::text {
 namespace {
@@ -46,8 +46,6 @@ OwnedByteString escaped(const Unit* text, unsigned int length) {
 }
 
 }  // namespace
-
-URLEncoder::~URLEncoder() = default;
 
 OwnedByteString URLEncoder::doEncode(const unsigned char* bytes, unsigned int length, bool /*last*/) {
     return escaped(bytes, length);

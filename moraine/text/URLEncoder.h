@@ -11,13 +11,6 @@ namespace moraine::text {
 /// as two, high byte first, "%00%2F". Nothing is held between calls, so the last-block flag means nothing here.
 class MORAINE_API URLEncoder : public IEncoder {
 public:
-    URLEncoder() = default;
-    /// There is no state to copy.
-    URLEncoder(const URLEncoder& other) = default;
-    ~URLEncoder() override;
-    /// There is no state to take over.
-    URLEncoder& operator=(const URLEncoder& other) = default;
-
     OwnedByteString doEncode(const unsigned char* bytes, unsigned int length, bool last) override;
     OwnedByteString doEncodeW2M(const WideChar* text, unsigned int length, bool last) override;
     void clear() override;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "moraine/text/HeldBytes.h"
 #include "moraine/text/IDecoder.h"
 
 namespace moraine::text {
@@ -20,13 +19,6 @@ namespace moraine::text {
 /// bytes.
 class MORAINE_API UTF8Decoder : public IDecoder {
 public:
-    UTF8Decoder() = default;
-    /// Copies the held bytes too.
-    UTF8Decoder(const UTF8Decoder& other) = default;
-    ~UTF8Decoder() override;
-    /// Takes over the held bytes.
-    UTF8Decoder& operator=(const UTF8Decoder& other) = default;
-
     /// A plain copy of the bytes; neither uses nor changes what is held.
     OwnedByteString doDecode(const char* bytes, unsigned int length, bool last) override;
 
@@ -41,12 +33,10 @@ private:
     friend std::size_t decodeInto(UTF8Decoder& decoder, const char* bytes, unsigned int length, bool last,
                                   WideChar* target);
 
-    const WideChar* getClassName() const;
-
-    /// Decodes one joined block up to its first zero unit; holds or refuses an incomplete sequence at its end.
-    OwnedWideString doDecProcM2W(std::string_view bytes, bool last);
-
-    HeldBytes<4> held;
+    struct Held {
+        char bytes[4] = {};
+        unsigned int count = 0;
+    } held;  // the start of a sequence
 };
 
 }  // namespace moraine::text

@@ -1,11 +1,9 @@
 #include "moraine/text/UTF8Encoder.h"
 
 #include "moraine/text/internal/Extend.h"
-#include "moraine/text/internal/Kernels.h"
+#include "moraine/text/internal/Utf8Kernels.h"
 
 namespace moraine::text {
-
-UTF8Encoder::~UTF8Encoder() = default;
 
 OwnedByteString UTF8Encoder::doEncode(const unsigned char* bytes, unsigned int length, bool /*last*/) {
     return std::make_unique<ByteString>(bytes, bytes + length);
@@ -29,10 +27,6 @@ void UTF8Encoder::clear() {
 
 const WideChar* UTF8Encoder::getEncodeName() const {
     return u"UTF-8";
-}
-
-const WideChar* UTF8Encoder::getClassName() const {
-    return u"moraine::text::UTF8Encoder";
 }
 
 }  // namespace moraine::text

@@ -12,22 +12,12 @@ namespace moraine::text {
 /// means nothing here.
 class MORAINE_API UTF8Encoder : public IEncoder {
 public:
-    UTF8Encoder() = default;
-    /// There is no state to copy.
-    UTF8Encoder(const UTF8Encoder& other) = default;
-    ~UTF8Encoder() override;
-    /// There is no state to take over.
-    UTF8Encoder& operator=(const UTF8Encoder& other) = default;
-
     /// A plain copy of the bytes.
     OwnedByteString doEncode(const unsigned char* bytes, unsigned int length, bool last) override;
     OwnedByteString doEncodeW2M(const WideChar* text, unsigned int length, bool last) override;
     void clear() override;
     /// "UTF-8"
     const WideChar* getEncodeName() const override;
-
-private:
-    const WideChar* getClassName() const;
 };
 
 }  // namespace moraine::text

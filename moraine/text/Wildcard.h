@@ -30,7 +30,7 @@ public:
     bool isMatchW(const WideChar* buffer, const WideChar* pattern);
 
 private:
-    const WideChar* getClassName() const;
+    MORAINE_HIDDEN const WideChar* getClassName() const;
 
     template <class Unit>
     bool matches(const Unit* buffer, const Unit* pattern) const;

@@ -103,12 +103,12 @@ protected:
     unsigned int readProc(WideChar* text, unsigned int start, unsigned int end, bool atEnd, unsigned int& lineNumber);
 
 private:
-    const WideChar* getClassName() const;
+    MORAINE_HIDDEN const WideChar* getClassName() const;
 
     void readProperty(const WideChar* text, unsigned int start, unsigned int lineEnd, unsigned int end,
                       unsigned int lineNumber);
 
-    struct Table;
+    struct MORAINE_HIDDEN Table;
     const std::unique_ptr<Table> table;
 };
 

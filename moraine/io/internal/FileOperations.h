@@ -9,12 +9,45 @@
 #include "moraine/io/IOException.h"
 #include "moraine/lang/IllegalArgumentException.h"
 #include "moraine/lang/internal/Raise.h"
+#include "moraine/platform/Thread.h"
 #include "moraine/text/WideChar.h"
 
 /// @file
 /// What the two file streams do in the same way. The class name and line are those of the stream that asks.
 
 namespace moraine::io {
+
+struct FileCloser {
+    void operator()(std::FILE* file) const noexcept {
+        const platform::CancellationHold hold;
+        static_cast<void>(std::fclose(file));
+    }
+};
+
+/// What is inside a file stream, from its first `setFileName` on.
+struct FileState {
+    std::unique_ptr<char[]> buffer;               // the file's, which therefore ends first
+    std::unique_ptr<std::FILE, FileCloser> file;  // null when not open
+    std::unique_ptr<WideChar[]> name;
+    long size = 0;         // of a file that is read, when it was opened
+    bool buffered = true;  // a file that is written
+};
+
+/// The file of a stream.
+/// @throws IOException @p notOpen, if it is not open
+inline std::FILE* openedFile(const std::unique_ptr<FileState>& state, const WideChar* className,
+                             const WideChar* notOpen, long line = __builtin_LINE()) {
+    if (!state || !state->file) {
+        lang::raise<IOException>(className, notOpen, line);
+    }
+    return state->file.get();
+}
+
+inline void closeFile(const std::unique_ptr<FileState>& state) noexcept {
+    if (state) {
+        state->file.reset();
+    }
+}
 
 /// A copy of a file name with forward slashes in place of backslashes.
 /// @throws lang::IllegalArgumentException without a message, if @p fileName is null

@@ -7,7 +7,7 @@ namespace moraine::io {
 
 class FileOutputStream;
 
-/// From the next `setFileName` on, each `write` hands its bytes to the system before it returns.
-void withoutBuffer(FileOutputStream& stream) noexcept;
+/// Makes a stream that is not open hand the bytes of each `write` to the system before it returns.
+void withoutBuffer(FileOutputStream& stream);
 
 }  // namespace moraine::io

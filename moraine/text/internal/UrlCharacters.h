@@ -5,12 +5,13 @@
 #include <cstdint>
 #include <string_view>
 
+#include "moraine/text/internal/HexDigits.h"
+
 namespace moraine::text::url {
 
 inline constexpr std::string_view unreserved =
     "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_.!~*'()";
 inline constexpr std::string_view otherReserved = "$&,/:;=?@";  // than "+"
-inline constexpr std::string_view digits = "0123456789ABCDEF";
 
 /// What the encoder writes for a byte or a unit, in a room that is copied as a whole.
 template <std::size_t Room>
@@ -25,7 +26,7 @@ using UnitForm = Form<8>;
 constexpr std::array<ByteForm, 256> makeEscapes() {
     std::array<ByteForm, 256> escapes{};
     for (unsigned int byte = 0; byte < 256; ++byte) {
-        escapes[byte] = {{'%', digits[byte >> 4], digits[byte & 15]}, 3};
+        escapes[byte] = {{'%', hexDigits[byte >> 4], hexDigits[byte & 15]}, 3};
     }
     return escapes;
 }
@@ -88,7 +89,7 @@ constexpr std::array<short, 256> makeDigitValues() {
         value = -1;
     }
     short next = 0;
-    for (const char c : digits) {
+    for (const char c : hexDigits) {
         values[static_cast<unsigned char>(c)] = next++;
     }
     return values;
@@ -96,12 +97,8 @@ constexpr std::array<short, 256> makeDigitValues() {
 
 inline constexpr std::array<short, 256> digitValues = makeDigitValues();
 
-inline bool isHexDigit(char c) noexcept {
-    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'F') || (c >= 'a' && c <= 'f');
-}
-
 inline bool areHexDigits(const char* two) noexcept {
-    return isHexDigit(two[0]) && isHexDigit(two[1]);
+    return hexValue(two[0]) >= 0 && hexValue(two[1]) >= 0;
 }
 
 /// The value of two upper-case digits; negative if one is something else.

@@ -4,7 +4,7 @@
 #include <new>
 #include <utility>
 
-#include "moraine/text/internal/Kernels.h"
+#include "moraine/text/internal/Utf8Kernels.h"
 
 namespace moraine::text {
 

@@ -83,8 +83,8 @@ protected:
     virtual void doWriteLog(const WideChar* message);
 
 private:
-    bool writeLocked(const WideChar* message);
-    void stamp();
+    MORAINE_HIDDEN bool writeLocked(const WideChar* message);
+    MORAINE_HIDDEN void stamp();
 
     std::unique_ptr<WideChar[]> outputPath;
     bool needReopen = false;

@@ -50,7 +50,7 @@ public:
     bool isIPv4AddressW(const WideChar* text);
 
 private:
-    const WideChar* getClassName() const;
+    MORAINE_HIDDEN const WideChar* getClassName() const;
 };
 
 }  // namespace moraine::util::validator

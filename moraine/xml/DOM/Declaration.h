@@ -58,14 +58,14 @@ protected:
 
 private:
     /// What an attribute sets; null and the present value where it sets nothing.
-    struct Change {
+    struct MORAINE_HIDDEN Change {
         std::unique_ptr<WideChar[]> version;
         std::unique_ptr<WideChar[]> encoding;
         bool standalone;
     };
 
-    Change changeBy(const Node* attribute) const;
-    void addAttrProc(Change change) noexcept;
+    MORAINE_HIDDEN Change changeBy(const Node* attribute) const;
+    MORAINE_HIDDEN void addAttrProc(Change change) noexcept;
 
     std::unique_ptr<WideChar[]> version;
     std::unique_ptr<WideChar[]> encoding;

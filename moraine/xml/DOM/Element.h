@@ -35,7 +35,7 @@ protected:
 
 private:
     /// The tag, with each attribute rendered by the operation given.
-    OwnedWideString tag(OwnedWideString (Node::*formOf)());
+    MORAINE_HIDDEN OwnedWideString tag(OwnedWideString (Node::*formOf)());
 
     bool empty = false;
     bool end = false;

@@ -1,6 +1,8 @@
 #include "moraine/xml/DOM/Node.h"
 
 #include <cstdint>
+#include <cstring>
+#include <iterator>
 #include <stdexcept>
 
 #include "moraine/lang/ArrayIndexOutBoundsException.h"
@@ -11,17 +13,6 @@ namespace moraine::xml::DOM {
 namespace {
 
 using Nodes = std::vector<std::unique_ptr<Node>>;
-
-/// Stores markup text with its references resolved, up to the first zero unit of the result.
-void store(NodeText& field, const WideChar* text, std::size_t length) {
-    if (text == nullptr || length == 0) {
-        field.reset();
-        return;
-    }
-    WideString room;
-    const std::u16string_view kept = storedForm(text, length, room);
-    field.assign(kept.data(), kept.size());
-}
 
 unsigned int countOf(const Nodes& list) {
     return static_cast<unsigned int>(list.size());
@@ -42,6 +33,22 @@ void removeFrom(Nodes& list, unsigned int index) {
 constexpr std::uint32_t mostLevels = 100;
 
 }  // namespace
+
+void Node::OwnText::set(const WideChar* markup, std::size_t length) {
+    if (markup == nullptr || length == 0) {
+        text = nullptr;
+        outside.reset();
+        return;
+    }
+    WideString room;
+    const std::u16string_view kept = storedForm(markup, length, room);
+    std::unique_ptr<WideChar[]> longer(kept.size() < std::size(inside) ? nullptr : new WideChar[kept.size() + 1]);
+    // What is kept may lie in the text that it replaces.
+    text = longer ? longer.get() : inside;
+    std::memmove(text, kept.data(), kept.size() * sizeof(WideChar));
+    text[kept.size()] = 0;
+    outside = std::move(longer);
+}
 
 Node::Node() = default;
 
@@ -103,11 +110,11 @@ Node* Node::takeNext() noexcept {
 }
 
 void Node::setLocalName(const WideChar* text, unsigned int length) {
-    store(localName, text, length);
+    localName.set(text, length);
 }
 
 const WideChar* Node::getLocalName() const {
-    return localName.get();
+    return localName.text;
 }
 
 void Node::setParentNode(Node* parent) {
@@ -179,11 +186,11 @@ void Node::removeAllAttributes() {
 }
 
 void Node::setValue(const WideChar* text, unsigned int length) {
-    store(value, text, length);
+    value.set(text, length);
 }
 
 const WideChar* Node::getValue() const {
-    return value.get();
+    return value.text;
 }
 
 bool Node::moveToFirst() {

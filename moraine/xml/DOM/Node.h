@@ -6,7 +6,6 @@
 
 #include "moraine/Export.h"
 #include "moraine/text/WideChar.h"
-#include "moraine/xml/DOM/NodeText.h"
 #include "moraine/xml/DOM/NodeType.h"
 
 namespace moraine::xml::DOM {
@@ -141,16 +140,26 @@ protected:
 private:
     using List = std::vector<std::unique_ptr<Node>>;
 
-    void clear(List& list) noexcept;
-    void endDescendants() noexcept;
-    Node* takeNext() noexcept;
-    void checkIndex(const List& list, unsigned int index, long line = __builtin_LINE()) const;
+    /// A name or a value: zero-terminated text, or none at all. Short text lies in the node itself.
+    struct MORAINE_HIDDEN OwnText {
+        /// Takes markup text with its references resolved, up to the first zero unit of the result.
+        void set(const WideChar* markup, std::size_t length);
+
+        WideChar* text = nullptr;             // null, or `inside`, or what `outside` holds
+        std::unique_ptr<WideChar[]> outside;  // for text that does not fit, its terminator included
+        WideChar inside[16];
+    };
+
+    MORAINE_HIDDEN void clear(List& list) noexcept;
+    MORAINE_HIDDEN void endDescendants() noexcept;
+    MORAINE_HIDDEN Node* takeNext() noexcept;
+    MORAINE_HIDDEN void checkIndex(const List& list, unsigned int index, long line = __builtin_LINE()) const;
 
     Node* parentNode = nullptr;
     List children;
     List attributes;
-    NodeText localName;
-    NodeText value;
+    OwnText localName;
+    OwnText value;
     std::int32_t currentChildIndex = 0;
     std::uint32_t level = 0;  // below the node whose end is what ends this one
     Node* above = nullptr;    // on the way down to the lowest node that ends

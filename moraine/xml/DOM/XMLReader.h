@@ -134,7 +134,7 @@ public:
     bool getStandalone();
 
 private:
-    class Machine;
+    class MORAINE_HIDDEN Machine;
     const std::unique_ptr<Machine> machine;
 };
 

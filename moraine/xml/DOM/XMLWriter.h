@@ -103,7 +103,7 @@ public:
     void close();
 
 private:
-    const WideChar* getClassName() const;
+    MORAINE_HIDDEN const WideChar* getClassName() const;
 
     /// Of the elements only that is kept which the calls to come can ask for.
     struct OpenElement {

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "moraine/text/internal/Kernels.h"
+#include "moraine/text/internal/Avx2.h"
 #include "moraine/text/internal/Scan.h"
 #include "moraine/WideChar.h"
 
@@ -95,9 +95,7 @@ namespace baseline = sse2;
 namespace baseline = scalar;
 #endif
 
-#if defined(__x86_64__) && defined(__GNUC__) && !defined(MORAINE_NO_VECTOR_CODE)
-#define MORAINE_HAS_AVX2
-
+#ifdef MORAINE_AVX2
 /// The form for wider registers, for machines that have them.
 namespace avx2 {
 
@@ -149,7 +147,7 @@ MORAINE_AVX2 inline void markAll(const WideChar* units, std::size_t count, Marks
 
 /// Marks @p count times 64 units, in the form that is best on this machine.
 inline void markAll(const WideChar* units, std::size_t count, Marks* rows) noexcept {
-#if defined(MORAINE_HAS_AVX2)
+#ifdef MORAINE_AVX2
     if (text::kernels::hasAvx2()) {
         avx2::markAll(units, count, rows);
         return;
