@@ -105,8 +105,8 @@ protected:
 private:
     MORAINE_HIDDEN const WideChar* getClassName() const;
 
-    void readProperty(const WideChar* text, unsigned int start, unsigned int lineEnd, unsigned int end,
-                      unsigned int lineNumber);
+    MORAINE_HIDDEN void readProperty(const WideChar* text, unsigned int start, unsigned int lineEnd, unsigned int end,
+                                     unsigned int lineNumber);
 
     struct MORAINE_HIDDEN Table;
     const std::unique_ptr<Table> table;

@@ -1,19 +1,10 @@
 #pragma once
 
-#include <exception>
 #include <memory>
-#include <set>
-#include <string_view>
-#include <vector>
 
 #include "moraine/Export.h"
 #include "moraine/io/OutputStream.h"
-#include "moraine/text/IEncoder.h"
 #include "moraine/text/WideChar.h"
-
-namespace moraine::text {
-class Utf8Buffer;
-}
 
 namespace moraine::xml::DOM {
 
@@ -103,45 +94,8 @@ public:
     void close();
 
 private:
-    MORAINE_HIDDEN const WideChar* getClassName() const;
-
-    /// Of the elements only that is kept which the calls to come can ask for.
-    struct OpenElement {
-        OpenElement(std::size_t start, std::size_t end) : tag(start), nameEnd(end) {}
-
-        std::size_t tag;        // where in `tags` its tag begins
-        std::size_t nameEnd;    // and where the name in it ends
-        bool hasChild = false;  // its start tag has waited for the first one
-        bool hasText = false;
-    };
-
-    bool isElementOpen() const;
-    void requireOpenElement(long line = __builtin_LINE()) const;
-    bool hasAttribute(std::u16string_view name);
-    void ready();
-    bool putStartTag();
-    void putIndentation();
-    void putLineEnd();
-    template <class Begin>
-    void send(Begin begin);
-    void sendPiece();
-    void encodeAndSend(const WideChar* text, std::size_t length, bool last);
-
-    io::OutputStream* stream;                // borrowed
-    std::vector<OpenElement> openElements;   // outermost first
-    std::unique_ptr<text::Utf8Buffer> tags;  // theirs, as far as they are to be written, one behind the other
-    WideString attributeNames;               // the innermost one's, a zero unit behind each
-    unsigned int attributeCount = 0;
-    std::set<WideString> manyAttributeNames;  // the first ones of them again, once they are many,
-    std::size_t namedAttributes = 0;          // up to this place in `attributeNames`
-    int depth = 0;                            // the level of the innermost open element, kept only with indentation
-    bool indent;
-    int lastWritten = 0;  // the kind of the piece written last
-    std::unique_ptr<text::IEncoder> encoder;
-    bool utf8;                                // the encoder has nothing to do
-    std::unique_ptr<text::Utf8Buffer> piece;  // what is being written
-    bool closed = false;                      // and nothing was written since
-    std::exception_ptr broken;                // what every further call throws
+    class MORAINE_HIDDEN Machine;
+    const std::unique_ptr<Machine> machine;
 };
 
 }  // namespace moraine::xml::DOM
