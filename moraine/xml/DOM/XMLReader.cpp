@@ -1,13 +1,11 @@
 #include "moraine/xml/DOM/XMLReader.h"
 
 #include <algorithm>
-#include <cstring>
 #include <exception>
 #include <string_view>
 #include <vector>
 
 #include "moraine/io/DataFormatException.h"
-#include "moraine/io/IOException.h"
 #include "moraine/lang/ArrayIndexOutBoundsException.h"
 #include "moraine/lang/internal/Raise.h"
 #include "moraine/lang/UnsupportedOperationException.h"
@@ -15,10 +13,11 @@
 #include "moraine/text/internal/UnitCount.h"
 #include "moraine/text/StringUtil.h"
 #include "moraine/text/UnsupportedEncodingException.h"
-#include "moraine/xml/DOM/Attr.h"
 #include "moraine/xml/DOM/Declaration.h"
 #include "moraine/xml/internal/Attributes.h"
+#include "moraine/xml/internal/OpenElements.h"
 #include "moraine/xml/internal/PendingText.h"
+#include "moraine/xml/internal/Prolog.h"
 #include "moraine/xml/internal/References.h"
 
 namespace moraine::xml::DOM {
@@ -26,11 +25,6 @@ namespace {
 
 using lang::message;
 using text::unitCount;
-
-constexpr const WideChar* ownName = u"moraine::xml::DOM::XMLReader";
-
-/// The offset in the data of the first byte behind "<?xml" and a white-space.
-constexpr std::size_t declarationStart = 6;
 
 constexpr std::size_t absent = static_cast<std::size_t>(-1);
 
@@ -48,31 +42,6 @@ struct Piece {
 struct Attribute {
     std::size_t name;
     std::size_t value;
-};
-
-/// The names of the open elements, outermost first.
-class OpenElements {
-public:
-    [[nodiscard]] std::size_t count() const noexcept { return begins.size(); }
-
-    void open(std::u16string_view name) {
-        begins.push_back(names.size());
-        names.append(name);
-    }
-
-    /// Closes the innermost element if that is its name.
-    bool close(std::u16string_view name) noexcept {
-        if (begins.empty() || std::u16string_view(names).substr(begins.back()) != name) {
-            return false;
-        }
-        names.resize(begins.back());
-        begins.pop_back();
-        return true;
-    }
-
-private:
-    WideString names;
-    std::vector<std::size_t> begins;  // where each name begins
 };
 
 /// A tag: its name, which ends at the first white-space or with the tag, and where it ends.
@@ -102,7 +71,6 @@ public:
 
 private:
     void readProlog();
-    std::size_t declarationEnd(std::size_t size) const;
     void chooseDecoder(unsigned int size);
     void reportDeclaration();
 
@@ -115,16 +83,13 @@ private:
     void parseEndTag();
     Tag findTag(std::size_t name);
     std::u16string_view parseTag(const Tag& tag);
-    void refuseBracket(std::size_t first, std::size_t end, long position) const;
-    template <class Add>
-    void doAttributeParse(std::size_t first, std::size_t end, long position, Add add);
     void addAttributes(std::size_t first, std::size_t end, long position);
 
     std::size_t terminate(const Range& range);
     void resolve(WideChar* text, std::size_t length);
     void report(int type, std::size_t name, std::size_t value, std::size_t length);
 
-    bool readBlock() { return pending.readBlock(ownName); }
+    bool readBlock() { return pending.readBlock(readerName); }
     template <std::uint64_t Marks::*... Rows>
     std::size_t find(std::size_t from, const WideChar* failure, long number);
 
@@ -233,41 +198,27 @@ bool XMLReader::Machine::doRead() {
 const Attribute& XMLReader::Machine::attributeAt(unsigned int index) const {
     if (index >= attributes.size()) {
         const auto count = static_cast<unsigned int>(attributes.size());
-        lang::raise<lang::ArrayIndexOutBoundsException>(ownName, message(index, u" > ", count));
+        lang::raise<lang::ArrayIndexOutBoundsException>(readerName, message(index, u" > ", count));
     }
     return attributes[index];
 }
 
 Declaration& XMLReader::Machine::declared() const {
     if (!declaration) {
-        lang::raise<lang::UnsupportedOperationException>(ownName, pending.canDecode() ? u"Invalid XML data."
-                                                                                      : u"Not parsed yet.");
+        lang::raise<lang::UnsupportedOperationException>(readerName, pending.canDecode() ? u"Invalid XML data."
+                                                                                         : u"Not parsed yet.");
     }
     return *declaration;
 }
 
-// The declaration is examined as bytes, since it is what tells the encoding of the rest. Its text stays pending until
-// the call that reports it.
 void XMLReader::Machine::readProlog() {
-    const unsigned int size = pending.readBytes(ownName);
+    const unsigned int size = pending.readBytes(readerName);
     taken = size > 0;
-    const std::size_t end = declarationEnd(size);
+    const std::size_t end = declarationEnd({pending.bytes(), size});
     declaration = std::make_unique<Declaration>();
     const std::size_t length = end - declarationStart;
     pending.append(*text::StringUtil().toWide(pending.bytes() + declarationStart, unitCount(length)));
-    try {
-        // Here the references are resolved by the attributes themselves.
-        refuseBracket(0, length, declarationStart);
-        doAttributeParse(0, length, declarationStart, [this](const Range& name, const Range& value) {
-            auto attribute = std::make_unique<Attr>();
-            attribute->setLocalName(pending.units() + name.begin, unitCount(name.end - name.begin));
-            attribute->setValue(pending.units() + value.begin, unitCount(value.end - value.begin));
-            declaration->appendAttribute(attribute.get());
-            attribute.release()->setParentNode(declaration.get());
-        });
-    } catch (io::DataFormatException& e) {
-        lang::passOn(e, ownName);
-    }
+    parseDeclaration(pending, *declaration);
     positionBase = static_cast<long>(end) + 2;
     if (declaration->getAttributeCount() == 0) {
         fail(u"Invalid XML declaration.");
@@ -275,29 +226,8 @@ void XMLReader::Machine::readProlog() {
     try {
         chooseDecoder(size);
     } catch (lang::Exception& e) {
-        lang::passOn(e, ownName);
+        lang::passOn(e, readerName);
     }
-}
-
-/// The offset of the "?>" that ends the declaration at the start of the first block, which has `size` bytes.
-std::size_t XMLReader::Machine::declarationEnd(std::size_t size) const {
-    constexpr const WideChar* notFound = u"XML declaration not found.";
-    const char* const bytes = pending.bytes();
-    if (size == 0) {
-        lang::raise<io::IOException>(ownName, u"Data is empty.");
-    }
-    if (size < 4 || std::memcmp(bytes, "<?xm", 4) != 0) {
-        fail(u"Invaild data.");
-    }
-    if (size <= 8 || bytes[4] != 'l' || !text::scan::isWhite(static_cast<unsigned char>(bytes[5]))) {
-        fail(notFound);
-    }
-    const char* const stop = bytes + size;
-    const char* const mark = std::find_if(bytes + declarationStart, stop, [](char c) { return c == '?' || c == 0; });
-    if (stop - mark < 2 || mark[0] != '?' || mark[1] != '>') {
-        fail(notFound);
-    }
-    return static_cast<std::size_t>(mark - bytes);
 }
 
 /// Gets the decoder and moves the stream, of which `size` bytes have been read, back to the end of the declaration.
@@ -305,7 +235,7 @@ void XMLReader::Machine::chooseDecoder(unsigned int size) {
     const WideChar* const encoding = declaration->getEncoding();
     text::DecoderManager manager;
     if (!manager.isSupported(encoding)) {
-        lang::raise<text::UnsupportedEncodingException>(ownName, message(u"Unsupported encoding. : ", encoding));
+        lang::raise<text::UnsupportedEncodingException>(readerName, message(u"Unsupported encoding. : ", encoding));
     }
     inputStream->skip(positionBase - static_cast<long>(size));
     pending.decodeBy(std::unique_ptr<text::IDecoder>(manager.getDecoder(encoding)));
@@ -480,37 +410,20 @@ std::u16string_view XMLReader::Machine::parseTag(const Tag& tag) {
         const long number = position() + static_cast<long>(first - name.begin);
         try {
             if (tag.bracketed) {
-                refuseBracket(first, tag.end, number);
+                refuseBracket(pending, first, tag.end, number);
             }
             addAttributes(first, tag.end, number);
         } catch (io::DataFormatException& e) {
-            lang::passOn(e, ownName);
+            lang::passOn(e, readerName);
         }
     }
     const WideChar* const text = pending.units() + name.begin;
     return {text, name.reference ? text::lengthOf(text) : name.end - name.begin};
 }
 
-/// Fails if there is a "<" or ">" in attributes.
-void XMLReader::Machine::refuseBracket(std::size_t first, std::size_t end, long position) const {
-    const std::size_t at = pending.next<&Marks::angles>(first);
-    if (at < end) {
-        const WideChar unit = pending.units()[at];
-        fail(message(u"Invalud attribute name.(", position + static_cast<long>(at - first), u") : '", unit, u"'"));
-    }
-}
-
-/// Calls `add` for each attribute with its name and value. `position` is the number of the first unit in messages.
-template <class Add>
-void XMLReader::Machine::doAttributeParse(std::size_t first, std::size_t end, long position, Add add) {
-    forEachAttribute(pending, first, end, add, [this, first, position](const WideChar* words, std::size_t at) {
-        fail(message(words, position + static_cast<long>(at - first), u")"));
-    });
-}
-
 /// Makes the attributes of the token that is being parsed.
 void XMLReader::Machine::addAttributes(std::size_t first, std::size_t end, long position) {
-    doAttributeParse(first, end, position, [this](const Range& name, const Range& value) {
+    forEachAttribute(pending, first, end, position, [this](const Range& name, const Range& value) {
         terminate(name);
         found.push_back({name.begin, terminate(value)});
     });
@@ -561,7 +474,7 @@ std::size_t XMLReader::Machine::find(std::size_t from, const WideChar* failure, 
 }
 
 void XMLReader::Machine::fail(const WideString& message, long line) const {
-    lang::raise<io::DataFormatException>(ownName, message, line);
+    lang::raise<io::DataFormatException>(readerName, message, line);
 }
 
 /// Fails because the data ended. The next `doRead` finds nothing more.

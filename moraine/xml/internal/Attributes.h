@@ -1,5 +1,7 @@
 #pragma once
 
+#include "moraine/io/DataFormatException.h"
+#include "moraine/lang/internal/Raise.h"
 #include "moraine/xml/internal/PendingText.h"
 
 namespace moraine::xml {
@@ -11,14 +13,31 @@ struct Range {
     bool reference;
 };
 
+/// The class whose failures these are.
+inline constexpr const WideChar* readerName = u"moraine::xml::DOM::XMLReader";
+
+/// Fails if there is a "<" or ">" in attributes. @p position is the number of the first unit in messages.
+inline void refuseBracket(const PendingText& pending, std::size_t first, std::size_t end, long position) {
+    const std::size_t at = pending.next<&Marks::angles>(first);
+    if (at < end) {
+        lang::raise<io::DataFormatException>(readerName, lang::message(u"Invalud attribute name.(",
+                                                                       position + static_cast<long>(at - first),
+                                                                       u") : '", pending.units()[at], u"'"));
+    }
+}
+
 /// Takes apart the attributes that stand in the pending units from @p first up to @p end, none of which is a "<" or
-/// ">". Calls @p add for each with the places of its name and its value, and @p fail with the words of a failure and
-/// its place, which does not return.
-template <class Add, class Fail>
-void forEachAttribute(const PendingText& pending, std::size_t first, std::size_t end, Add add, Fail fail) {
+/// ">". Calls @p add for each with the places of its name and its value. @p position is the number of the first unit in
+/// messages.
+template <class Add>
+void forEachAttribute(const PendingText& pending, std::size_t first, std::size_t end, long position, Add add) {
     if (first == end) {
         return;
     }
+    const auto fail = [first, position](const WideChar* words, std::size_t at) {
+        const long number = position + static_cast<long>(at - first);
+        lang::raise<io::DataFormatException>(readerName, lang::message(words, number, u")"));
+    };
     const WideChar* const text = pending.units();
     const auto skipWhite = [&](std::size_t at) {
         while (at < end && text::scan::isWhite(text[at])) {
