@@ -1,6 +1,6 @@
 # Turns a page that reads well in the repository into one that Doxygen reads.
 
-# The comment in front of the link to a snippet's source becomes the snippet.
+# The comment before the link to a snippet's source becomes the snippet.
 s#^<!-- (\\snippet.*) -->$#\1#
 # That source is a page of its own.
 s#\]\(snippets/([a-z]+)\.cpp\)#](\1_8cpp-example.html)#g

@@ -58,7 +58,7 @@ Step stepFor(const std::string& direction, const std::string& codec) {
 }
 
 /// Reads the next block and returns its length, 0 at the end. A block that would end in CR gets one byte more: a line
-/// end behind the padding of Base64 must come to the decoder in one piece.
+/// end after the padding of Base64 must come to the decoder in one piece.
 unsigned int readBlock(moraine::io::InputStream& in, std::vector<char>& block) {
     const auto most = static_cast<unsigned int>(block.size()) - 1;
     unsigned int length = in.read(block.data(), most);

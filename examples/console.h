@@ -44,7 +44,7 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// The command line: options, which stand in front and begin with "--", and words. "--" alone ends the options.
+/// The command line: options, which come first and begin with "--", and words. "--" alone ends the options.
 struct CommandLine {
     std::set<std::string> options;
     std::vector<std::string> words;

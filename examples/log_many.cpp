@@ -33,7 +33,7 @@ struct Load {
     unsigned long lines;
 };
 
-/// The time stands in front of a message, and CR LF behind it.
+/// The time stands before a message, and CR LF after it.
 constexpr std::size_t timestampLength = 20;
 
 std::string messageOf(unsigned long thread, unsigned long line) {

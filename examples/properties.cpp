@@ -22,7 +22,7 @@ constexpr const char* usage = "usage: properties FILE [list | get NAME | set NAM
                               "The file is in UTF-8. Comments and empty lines do not survive a change. FILE\n"
                               "stays as it was unless the new one could be written whole.\n";
 
-/// Hands out a stream in pieces that the manager can place behind each other, however long the file is.
+/// Hands out a stream in pieces that the manager can place one after another, however long the file is.
 class SmallPieces : public moraine::io::InputStream {
 public:
     explicit SmallPieces(moraine::io::InputStream& file) : source(file) {}

@@ -42,7 +42,7 @@ struct Start {
     std::promise<void> ended;
 };
 
-/// The entry of the thread. It tells behind threadBody, and not in run, since threadBody still uses the object when
+/// The entry of the thread. It tells after threadBody, and not in run, since threadBody still uses the object when
 /// run has returned.
 void* entry(void* argument) {
     auto* const start = static_cast<Start*>(argument);

@@ -54,7 +54,7 @@ std::vector<WideString> namesFrom(const std::string& line) {
     for (const std::string& cell : cellsOf(line)) {
         if (validator.isAlphaAndNum(cell.c_str()) != -1 || validator.isAlphabet(cell.substr(0, 1).c_str()) != -1 ||
             cell.empty()) {
-            throw std::runtime_error("the name '" + cell + "' is not made of letters, with digits behind them");
+            throw std::runtime_error("the name '" + cell + "' is not made of letters, with digits after them");
         }
         names.push_back(console::wide(cell));
     }

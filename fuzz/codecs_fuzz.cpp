@@ -41,7 +41,7 @@ std::optional<Made> converted(std::unique_ptr<Made> (Codec::*operation)(const Un
         last = at == input.size() && way != 3;
         made += *(codec.*operation)(piece.data(), static_cast<unsigned int>(piece.size()), last);
     }
-    require((codec.*operation)(nullptr, 0, true)->empty(), "behind the last piece nothing is held");
+    require((codec.*operation)(nullptr, 0, true)->empty(), "after the last piece nothing is held");
     return made;
 } catch (lang::IllegalArgumentException&) {
     return std::nullopt;
@@ -141,7 +141,7 @@ void check(Input input) {
     const bool hidesNothing = walked<kernels::Utf8Walk>(bytes, bytes.size(), 0, decode).back() < 0;
     checkCodec<text::UTF8Encoder, text::UTF8Decoder>(bytes, text, text.find(u'\0') == WideString::npos, hidesNothing,
                                                      Input(cuts));
-    // A block may end between padding and the line end behind it.
+    // A block may end between padding and the line end after it.
     checkCodec<text::Base64Encoder, text::Base64Decoder>(bytes, text, false, bytes.find('\r') == std::string::npos,
                                                          Input(cuts));
     checkCodec<text::URLEncoder, text::URLDecoder>(bytes, text, true, true, Input(cuts));

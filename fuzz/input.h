@@ -12,7 +12,7 @@
 
 namespace moraine::fuzz {
 
-/// Draws decisions and data from bytes. Behind their end every decision is 0 and all data are empty.
+/// Draws decisions and data from bytes. After their end every decision is 0 and all data are empty.
 class Input {
 public:
     explicit Input(std::string_view bytes) : rest(bytes) {}
@@ -60,7 +60,7 @@ inline void require(bool holds, const char* what) {
     }
 }
 
-/// A copy in a block of its exact size, so that the sanitizer sees a touch behind it.
+/// A copy in a block of its exact size, so that the sanitizer sees a touch beyond it.
 template <class Unit, class Text>
 std::vector<Unit> exact(const Text& text) {
     return {text.begin(), text.end()};

@@ -16,7 +16,7 @@ void check(Input input) {
     Blocks blocks(document, blockSizes), whole(document, "");
     extras::XmlInputStream cutStream(blocks, white), wholeStream(whole, white);
     const Reading cut = readAll(cutStream), uncut = readAll(wholeStream);
-    // What stands right in front of a fault may be seen or not.
+    // What stands right before a fault may be seen or not.
     const std::size_t common = std::min(cut.pieces.size(), uncut.pieces.size());
     const std::size_t other = std::max(cut.pieces.size(), uncut.pieces.size());
     require(cut.failure == uncut.failure, "the outcome does not depend on the blocks");

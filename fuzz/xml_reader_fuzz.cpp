@@ -9,7 +9,7 @@
 namespace moraine::fuzz {
 namespace {
 
-/// Whether each block behind the declaration gives text, and all of it: one without text ends the data for the reader.
+/// Whether each block after the declaration gives text, and all of it: one without text ends the data for the reader.
 bool givesText(Blocks& blocks, long declaration, const WideString& encoding) {
     const std::unique_ptr<text::IDecoder> decoder(text::DecoderManager().getDecoder(encoding.c_str()));
     char block[10240];

@@ -63,7 +63,7 @@ inline Reading readAll(io::InputStream& stream) {
         const bool isMalformed = dynamic_cast<io::DataFormatException*>(&e) != nullptr && !all.pieces.empty();
         const auto again = resultOf<lang::Exception>([&] { return reader.doRead(); });
         const bool isSame = !isMalformed || (!again.value_or(false) && pieceOf(reader) == all.pieces.back());
-        require(isSame, "nothing is read behind a failure");
+        require(isSame, "nothing is read after a failure");
     }
     return all;
 }

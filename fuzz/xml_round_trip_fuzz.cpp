@@ -23,7 +23,7 @@ WideString markup(const WideString& text) {
     return *xml::XMLStringUtil().string2Reference(text.data(), static_cast<unsigned int>(text.size()));
 }
 
-/// Whether the texts of a piece read back: the reader drops white-space in front of a text, takes no other names, and
+/// Whether the texts of a piece read back: the reader drops white-space before a text, takes no other names, and
 /// no empty value at the end of a tag.
 bool isReadable(const Reading::Piece& piece) {
     bool readable = piece.type != xml::DOM::textNode || u" \t\r\n"s.find(piece.texts[1][0]) == WideString::npos;

@@ -29,7 +29,7 @@ using OwnedByteString = std::unique_ptr<ByteString>;
 
 namespace text {
 
-/// The number of units in front of the terminator; 0 for a null text.
+/// The number of units before the terminator; 0 for a null text.
 MORAINE_API std::size_t lengthOf(const WideChar* text) noexcept;
 
 /// Whether two zero-terminated texts hold the same units. A null text counts as empty.

@@ -11,7 +11,7 @@ using namespace moraine;
 namespace {
 
 //! [prefix]
-/// Puts the name of a part of the program in front of each message.
+/// Puts the name of a part of the program before each message.
 class PartLogger : public util::log::ILogger {
 public:
     explicit PartLogger(WideString name) : part(std::move(name)) {}

@@ -23,14 +23,14 @@ public:
     /// @throws std::bad_alloc if there is no room; the stream is as it was
     MemoryInputStream& operator=(const MemoryInputStream& other);
 
-    /// Copies the next bytes, as many as are left up to @p length, and moves behind them; 0 at the end.
+    /// Copies the next bytes, as many as are left up to @p length, and moves past them; 0 at the end.
     unsigned int read(char* buffer, unsigned int length) override;
 
     /// Does nothing.
     void close() override;
 
     /// Moves the read position. Reaching the very end is allowed. The position is unchanged when this throws.
-    /// @throws IOException if the target lies in front of the first or behind the last byte held
+    /// @throws IOException if the target lies before the first or after the last byte held
     void skip(long count) override;
 
     /// Replaces the content by a copy of @p length bytes, and starts at the first of them. @p data is not read when

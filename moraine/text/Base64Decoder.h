@@ -9,7 +9,7 @@ namespace moraine::text {
 /// CR LF pairs are passed over wherever they stand, also across two blocks; nothing else that is not of the alphabet
 /// is accepted, a lone CR or LF and blanks included. Padding is accepted in the last group of the stream only, and a
 /// CR that ends a block counts as a character until its LF comes: a block that ends between padding and the LF of the
-/// line end behind it is refused. Bits of the last character that no byte takes are not looked at, and neither is
+/// line end after it is refused. Bits of the last character that no byte takes are not looked at, and neither is
 /// what follows a "=" in the third place.
 ///
 /// The last group, of 1 to 4 characters, is always held until the next call, since only the closing call may take it

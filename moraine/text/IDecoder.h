@@ -8,7 +8,7 @@ namespace moraine::text {
 /// Turns bytes of an external form back into text or raw bytes, block by block.
 ///
 /// A stream is a run of calls on one object: any number with @p last false, then one with it true. Each call returns
-/// what could be made of this block together with what was held from earlier ones; the results, one behind the
+/// what could be made of this block together with what was held from earlier ones; the results, one after the
 /// other, are the whole conversion, wherever the blocks were cut (`Base64Decoder` tells of one place where they must
 /// not be). The closing block may be empty and often is. After it the object holds nothing and is ready for a new
 /// stream. A stream uses one of the two decoding operations.

@@ -8,7 +8,7 @@ namespace moraine::text {
 /// Turns text or raw bytes into bytes of an external form, block by block.
 ///
 /// A stream is a run of calls on one object: any number with @p last false, then one with it true. Each call returns
-/// what could be made of this block together with what was held from earlier ones; the results, one behind the
+/// what could be made of this block together with what was held from earlier ones; the results, one after the
 /// other, are the whole conversion. The closing block may be empty and often is. After it the object holds nothing
 /// and is ready for a new stream.
 ///

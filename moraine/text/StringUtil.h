@@ -71,7 +71,7 @@ public:
     /// As `toUpper`, in lower case.
     OwnedByteString toLower(const char* text, unsigned int length);
 
-    /// A copy in upper case by the locale, unit by unit. Unlike that of `toUpper`, the copy ends in front of the first
+    /// A copy in upper case by the locale, unit by unit. Unlike that of `toUpper`, the copy ends before the first
     /// zero unit.
     OwnedWideString toUpperW(const WideChar* text, unsigned int length);
     /// As `toUpperW`, in lower case.

@@ -11,9 +11,9 @@ namespace moraine::text {
 
 namespace {
 
-/// Throws for what stands first in the rest of a block; @p behind is how many bytes an escape wants after its "%".
-[[noreturn]] void refuse(std::string_view rest, std::size_t behind, const WideChar* className) {
-    if (rest[0] == '%' && rest.size() > behind) {
+/// Throws for what stands first in the rest of a block; @p after is how many bytes an escape wants after its "%".
+[[noreturn]] void refuse(std::string_view rest, std::size_t after, const WideChar* className) {
+    if (rest[0] == '%' && rest.size() > after) {
         // Of the two escapes that may stand here, the first bad one counts. A lower-case digit is refused by this:
         const std::size_t bad = url::escapeValue(&rest[1]) < 0 ? 1 : 4;
         if (url::areHexDigits(&rest[bad])) {
@@ -54,9 +54,9 @@ std::unique_ptr<Text> URLDecoder::decode(const char* bytes, unsigned int length,
     kernels::Walk<Element> walk{input.data(), input.data() + input.size(), result->data()};
     kernels::decodeUrl(walk);
     if (walk.at < walk.end) {
-        const std::size_t behind = sizeof(Element) == 1 ? 2 : 5;  // what it takes to tell a complete escape
-        if (last || *walk.at != '%' || walk.left() > behind) {
-            refuse({walk.at, walk.left()}, behind, getClassName());
+        const std::size_t after = sizeof(Element) == 1 ? 2 : 5;  // what it takes to tell a complete escape
+        if (last || *walk.at != '%' || walk.left() > after) {
+            refuse({walk.at, walk.left()}, after, getClassName());
         }
         hold(held, {walk.at, walk.left()});
     }

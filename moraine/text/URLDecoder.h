@@ -11,7 +11,7 @@ namespace moraine::text {
 /// 255, and accepts unescaped only the unreserved and reserved characters.
 ///
 /// An incomplete escape is held between calls: up to 2 bytes by `doDecode`, up to 5 by `doDecodeM2W`, which always
-/// wants to see five bytes behind a "%" and so refuses a stream whose last five bytes hold a "%" that no pair takes.
+/// wants to see five bytes after a "%" and so refuses a stream whose last five bytes hold a "%" that no pair takes.
 /// After a failure nothing is held. Copies go on with the same held bytes.
 ///
 /// Failures are `lang::IllegalArgumentException` without a message. The trace names `StringUtil` where a lower-case

@@ -8,12 +8,12 @@ namespace moraine::text {
 ///
 /// It is trusting: it tests that a sequence is complete and never what its continuation bytes are, so it is no
 /// validator. In full:
-/// - a lead byte takes the one to three bytes behind it as its continuation, whatever they are; their low six bits
+/// - a lead byte takes the one to three bytes after it as its continuation, whatever they are; their low six bits
 ///   count. Overlong forms and surrogates give their value;
 /// - a four-byte sequence gives one unit, the low 16 bits of its code point;
 /// - a byte that leads nothing (0x80 to 0xBF, 0xF8 to 0xFF) is dropped;
 /// - a byte order mark is text like any other (U+FEFF);
-/// - `doDecodeM2W` ends its result in front of the first zero unit: what follows it in the same block is dropped.
+/// - `doDecodeM2W` ends its result before the first zero unit: what follows it in the same block is dropped.
 ///
 /// Up to 3 bytes of an incomplete sequence are held between calls of `doDecodeM2W`. Copies go on with the same held
 /// bytes.

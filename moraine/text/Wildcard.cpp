@@ -71,7 +71,7 @@ public:
         }
     }
 
-    /// The index behind the first occurrence at or behind `from`, or `none`.
+    /// The index after the first occurrence at or after `from`, or `none`.
     std::size_t findEnd(View<Unit> text, std::size_t from) const {
         std::vector<std::uint64_t> state(words);
         for (; from < text.size(); ++from) {
@@ -132,7 +132,7 @@ private:
     std::vector<std::uint64_t> masks;
 };
 
-/// The index behind the first occurrence of a pattern without stars, whose first unit is literal, at or behind `from`;
+/// The index after the first occurrence of a pattern without stars, whose first unit is literal, at or after `from`;
 /// `npos` if there is none.
 template <class Unit>
 std::size_t findEnd(View<Unit> text, View<Unit> pattern, std::size_t from) {
@@ -193,7 +193,7 @@ bool Wildcard::matches(const Unit* buffer, const Unit* pattern) const {
         return false;
     }
     std::size_t at = star;
-    // Between two stars the first occurrence is as good as any; behind the last one the end of the text decides.
+    // Between two stars the first occurrence is as good as any; after the last one the end of the text decides.
     while (at < text.size() && star < rule.size()) {
         const View<Unit> rest = rule.substr(star + 1);
         if (rest.empty()) {

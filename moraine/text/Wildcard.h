@@ -11,7 +11,7 @@ namespace moraine::text {
 /// one included, and every other unit for itself, case and all. There is no escape and no set. A star must be followed
 /// by a unit that stands for itself, or end the pattern.
 ///
-/// The pattern is judged only as far as it is used: a star with a metacharacter behind it is no failure where the text
+/// The pattern is judged only as far as it is used: a star with a metacharacter after it is no failure where the text
 /// has failed or ended before that.
 ///
 /// Time is in proportion to the text and the pattern, and only for a long part between two stars that holds `?` or `#`
@@ -21,7 +21,7 @@ class MORAINE_API Wildcard {
 public:
     /// Whether the text @p buffer, as a whole, is what @p pattern describes.
     /// @throws lang::IllegalArgumentException "The buffer length is 0." or "The pattern length is 0.";
-    ///         "Invalid pattern. : " and the position of the unit behind the star, counted from 0, if that is a
+    ///         "Invalid pattern. : " and the position of the unit after the star, counted from 0, if that is a
     ///         metacharacter
     /// @throws std::bad_alloc for a part of more than 8 units between two stars, if there is no room to work
     bool isMatch(const char* buffer, const char* pattern);

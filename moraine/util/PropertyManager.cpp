@@ -46,7 +46,7 @@ struct LinesInHand {
     unsigned int start = 0;
     unsigned int end = 0;
 
-    /// Puts a block behind the pending text, with a terminator behind that; false if it does not fit.
+    /// Puts a block after the pending text, with a terminator after that; false if it does not fit.
     bool place(const WideString& block) {
         if (block.size() > blockSize - end) {
             // A block that would just fill the buffer does not fit either.

@@ -48,14 +48,14 @@ public:
     /// line 1; a byte of Latin-1 above 0x7F swallows one to three bytes after it, a line end among them; a character of
     /// four bytes, beyond U+FFFF, becomes the unit of its low 16 bits.
     ///
-    /// A failure leaves the properties of the lines in front of it in the table, and the stream partly read.
+    /// A failure leaves the properties of the lines before it in the table, and the stream partly read.
     /// @throws text::UnsupportedEncodingException if the encoding is not known; the table is as it was
     /// @throws lang::IllegalArgumentException if @p encoding is null (the table is as it was), or if the decoder cannot
     ///         read the bytes
     /// @throws io::DataFormatException with the number N of the line, from 1: "Can't use white-space for line top. :
-    ///         (N)"; "Not found for '='. : (N)", if neither the line nor what is in hand behind it has one; "Can't find
+    ///         (N)"; "Not found for '='. : (N)", if neither the line nor what is in hand after it has one; "Can't find
     ///         for property name. : (N)"; "Can't use char contained in property name. : (N)", also for a line without
-    ///         "=" where one behind it has; "Line is too long. : (N)"
+    ///         "=" where one after it has; "Line is too long. : (N)"
     /// @throws io::IOException "The stream could not be read." if the stream says that it gave more than it was asked
     ///         for, which is how a socket says that it failed
     ///
@@ -68,7 +68,7 @@ public:
     /// carriage return at its end.
     /// @throws text::UnsupportedEncodingException if the encoding is not known
     /// @throws lang::IllegalArgumentException if @p encoding is null
-    /// @throws std::length_error if a line has 2^32 units, or bytes, or more; those in front of it are written
+    /// @throws std::length_error if a line has 2^32 units, or bytes, or more; those before it are written
     ///
     /// What the stream throws, and `std::bad_alloc`, passes through. The counts that its `write` gives are not looked
     /// at.

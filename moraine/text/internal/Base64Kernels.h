@@ -60,7 +60,7 @@ inline void encodeBase64(const unsigned char* bytes, std::size_t groups, char* o
 }
 
 /// Decodes groups of 4 Base64 characters to 3 elements each, which are bytes or units from 0 to 255, and passes over CR
-/// LF pairs between them. Stands in front of the first group that is broken by a CR LF pair, by a character without
+/// LF pairs between them. Stands before the first group that is broken by a CR LF pair, by a character without
 /// value or by the walk's end. There is room for 3 elements for each 4 bytes.
 template <class Element>
 void decodeBase64(Walk<Element>& walk) noexcept {

@@ -21,7 +21,7 @@ MORAINE_AVX2 inline __m256i base64Characters(__m256i values) noexcept {
 MORAINE_AVX2 inline void encodeBase64(const unsigned char* bytes, std::size_t groups, char* out) noexcept {
     // The bytes a, b, c of a group become two words: b below a, and c below b.
     alignas(16) static constexpr Shuffle words = {1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10};
-    // 8 groups are taken, and 4 bytes behind them are read.
+    // 8 groups are taken, and 4 bytes after them are read.
     for (; groups >= 10; groups -= 8, bytes += 24, out += 32) {
         const __m256i halves = _mm256_inserti128_si256(_mm256_castsi128_si256(load16(bytes)), load16(bytes + 12), 1);
         const __m256i in = _mm256_shuffle_epi8(halves, loadTwice(words));
@@ -57,7 +57,7 @@ template <class Element>
 MORAINE_AVX2 void decodeBase64(Walk<Element>& walk) noexcept {
     // The 24 bits of a group lie in four bytes, the lowest first.
     alignas(16) static constexpr Shuffle bytesOfGroups = {2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1};
-    // 8 groups give 24 elements, and 4 behind them are written.
+    // 8 groups give 24 elements, and 4 after them are written.
     while (walk.left() >= 40) {
         const __m256i in = load32(walk.at);
         // Neighbours are joined twice: the first is multiplied to its place above the second.
@@ -72,7 +72,7 @@ MORAINE_AVX2 void decodeBase64(Walk<Element>& walk) noexcept {
             walk.out += 24;
             continue;
         }
-        // What stands in front of a bad character, which mostly is the end of a line, is decoded by now.
+        // What stands before a bad character, which mostly is the end of a line, is decoded by now.
         const int good = __builtin_ctz(bad) / 4;
         walk.at += good * 4;
         walk.out += good * 3;

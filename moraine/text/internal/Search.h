@@ -83,7 +83,7 @@ private:
         }
     }
 
-    /// How many units of the run end with @p unit, if so many ended in front of it.
+    /// How many units of the run end with @p unit, if so many ended before it.
     [[nodiscard]] std::size_t advance(std::size_t taken, Unit unit) const {
         while (taken > 0 && wanted[taken] != unit) {
             taken = borders[taken - 1];

@@ -24,7 +24,7 @@ std::size_t countPlain(const Unit* text, std::size_t length) noexcept {
     return count;
 }
 
-/// Decodes an escape that is complete. Stays in front of it and returns false, if it has a bad digit.
+/// Decodes an escape that is complete. Stays before it and returns false, if it has a bad digit.
 inline bool decodeEscape(Walk<char>& walk) noexcept {
     const int value = url::escapeValue(walk.at + 1);
     if (value < 0) {
@@ -48,8 +48,8 @@ inline bool decodeEscape(Walk<WideChar>& walk) noexcept {
     return true;
 }
 
-/// Decodes the URL form of bytes. Stands at the end, or in front of an escape with a bad digit or with fewer than two
-/// bytes behind it.
+/// Decodes the URL form of bytes. Stands at the end, or before an escape with a bad digit or with fewer than two
+/// bytes after it.
 inline void decodeUrl(Walk<char>& walk) noexcept {
     while (walk.at < walk.end) {
         if (*walk.at != '%') {
@@ -61,8 +61,8 @@ inline void decodeUrl(Walk<char>& walk) noexcept {
     }
 }
 
-/// Decodes the URL form of text. Stands at the end, in front of a byte that is not accepted unescaped, or in front of
-/// an escape with a bad digit or with fewer than five bytes behind it.
+/// Decodes the URL form of text. Stands at the end, before a byte that is not accepted unescaped, or before
+/// an escape with a bad digit or with fewer than five bytes after it.
 inline void decodeUrl(Walk<WideChar>& walk) noexcept {
     while (walk.at < walk.end) {
         const auto byte = static_cast<unsigned char>(*walk.at);

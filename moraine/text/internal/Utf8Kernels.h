@@ -26,7 +26,7 @@ inline std::size_t sequenceLength(unsigned char lead) noexcept {
     return lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
 }
 
-/// The unit that the last @p count bytes of a sequence spell below the bits of what stands in front of them. Bits
+/// The unit that the last @p count bytes of a sequence spell below the bits of what stands before them. Bits
 /// beyond 16 fall away.
 inline WideChar spelled(unsigned int bits, const char* trail, std::size_t count) noexcept {
     for (std::size_t i = 0; i < count; ++i) {
@@ -35,8 +35,8 @@ inline WideChar spelled(unsigned int bits, const char* trail, std::size_t count)
     return static_cast<WideChar>(bits);
 }
 
-/// Decodes the sequences that start in front of @p stop, which may be the walk's end. Stands in front of an
-/// incomplete one at the end, and otherwise at @p stop or up to three bytes behind it.
+/// Decodes the sequences that start before @p stop, which may be the walk's end. Stands before an
+/// incomplete one at the end, and otherwise at @p stop or up to three bytes after it.
 inline void decodeUtf8(Utf8Walk& walk, const char* stop) noexcept {
     while (walk.at < stop) {
         const auto lead = static_cast<unsigned char>(*walk.at);

@@ -21,7 +21,7 @@ constexpr std::array<Shuffle, 256> makeChosenUnits() {
 
 alignas(16) inline constexpr std::array<Shuffle, 256> chosenUnits = makeChosenUnits();
 
-/// Writes 8 units, the first of them those that the mask chooses; returns the place behind those.
+/// Writes 8 units, the first of them those that the mask chooses; returns the place after those.
 MORAINE_AVX2 inline WideChar* storeChosen(WideChar* out, __m128i units, std::uint32_t mask) noexcept {
     store(out, _mm_shuffle_epi8(units, load(chosenUnits[mask])));
     return out + countBits(mask);
@@ -33,7 +33,7 @@ MORAINE_AVX2 inline std::uint32_t bytesFrom(__m256i bytes, unsigned char least) 
     return highBits(_mm256_cmpeq_epi8(_mm256_max_epu8(bytes, bound), bytes));
 }
 
-/// What each of 16 bytes spells together with the two bytes behind it, if it leads a sequence of one to three bytes.
+/// What each of 16 bytes spells together with the two bytes after it, if it leads a sequence of one to three bytes.
 /// A continuation byte gives some unit that is not zero.
 MORAINE_AVX2 inline __m256i spelledUnits(const char* bytes) noexcept {
     const __m256i lead = _mm256_cvtepu8_epi16(load16(bytes));
@@ -49,7 +49,7 @@ MORAINE_AVX2 inline __m256i spelledUnits(const char* bytes) noexcept {
 }
 
 /// Decodes well-formed sequences of one to three bytes without zero units, until something else comes or fewer than
-/// 32 bytes are left in front of @p stop.
+/// 32 bytes are left before @p stop.
 MORAINE_AVX2 inline void decodeUtf8Windows(Utf8Walk& walk, const char* stop) noexcept {
     const char* at = walk.at;
     WideChar* out = walk.out;
@@ -67,7 +67,7 @@ MORAINE_AVX2 inline void decodeUtf8Windows(Utf8Walk& walk, const char* stop) noe
             out += 32;
             continue;
         }
-        // 16 bytes are decoded, with what two bytes behind them add, so that each step is equally long.
+        // 16 bytes are decoded, with what two bytes after them add, so that each step is equally long.
         constexpr std::uint32_t decoded = 0xFFFF;
         constexpr std::uint32_t looked = 0x3FFFF;
         const std::uint32_t ofThree = bytesFrom(bytes, 0xE0);
@@ -137,7 +137,7 @@ MORAINE_AVX2 inline std::size_t utf8Size(const WideChar* text, std::size_t lengt
 }
 
 /// For each mask of 8 units that lie in two bytes each: the shuffle that moves to the front the second byte of each,
-/// and in front of it the first where the mask says so.
+/// and before it the first where the mask says so.
 constexpr std::array<Shuffle, 256> makeChosenFirst() {
     std::array<Shuffle, 256> shuffles{};
     for (unsigned int mask = 0; mask < 256; ++mask) {
@@ -186,7 +186,7 @@ constexpr std::array<Shuffle, 256> makeChosenBytes() {
 
 alignas(16) inline constexpr std::array<Shuffle, 256> chosenBytes = makeChosenBytes();
 
-/// Writes 16 bytes, the first of them the forms of four units; returns the place behind those.
+/// Writes 16 bytes, the first of them the forms of four units; returns the place after those.
 MORAINE_AVX2 inline char* storeForms(char* out, __m128i forms, std::uint32_t choice) noexcept {
     store(out, _mm_shuffle_epi8(forms, load(chosenBytes[choice])));
     return out + 4 + countBits(choice);

@@ -34,7 +34,7 @@ bool isAddress(View<Unit> text) {
     for (int group = 1; group <= groups; ++group) {
         const bool isLast = group == groups;
         const std::size_t length = isLast ? text.size() : std::min(text.find(Unit('.')), text.size());
-        // A group in front needs its dot, the last one something to say.
+        // A group that is not the last needs its dot, the last one something to say.
         if (isLast ? text.empty() : length == text.size()) {
             return false;
         }

@@ -42,7 +42,7 @@ public:
     /// Adds an attribute, and takes over its value if its name is one of the three. An absent value counts as empty.
     void appendAttribute(Node* attribute) override;
 
-    /// As `appendAttribute`, in front of the attribute at @p index.
+    /// As `appendAttribute`, before the attribute at @p index.
     /// @throws lang::ArrayIndexOutBoundsException if @p index is not below the count
     void insertAttribute(Node* attribute, unsigned int index) override;
 

@@ -146,7 +146,7 @@ Node* Node::childAt(unsigned int index) {
 void Node::removeChild(unsigned int index) {
     checkIndex(children, index);
     removeFrom(children, index);
-    // Compared without a sign, so that a negative cursor counts as behind every child.
+    // Compared without a sign, so that a negative cursor counts as past every child.
     const auto cursor = static_cast<std::uint32_t>(currentChildIndex);
     if (cursor >= index) {
         currentChildIndex = static_cast<std::int32_t>(cursor - 1);

@@ -69,7 +69,7 @@ public:
     /// Adds a child at the end. The cursor stays.
     virtual void appendChild(Node* child);
 
-    /// Adds a child in front of the one at @p index. The cursor keeps its number.
+    /// Adds a child before the one at @p index. The cursor keeps its number.
     /// @throws lang::ArrayIndexOutBoundsException if @p index is not below the count: use `appendChild` to add at the
     ///         end
     virtual void insertChild(Node* child, unsigned int index);
@@ -78,8 +78,8 @@ public:
     /// @throws lang::ArrayIndexOutBoundsException if @p index is not below the count
     virtual Node* childAt(unsigned int index);
 
-    /// Destroys a child and closes the gap. A cursor at or behind @p index moves back by one, so that `moveToNext`
-    /// leads to the child behind the one removed; removing child 0 under the cursor leaves it at -1, and a negative
+    /// Destroys a child and closes the gap. A cursor at or after @p index moves back by one, so that `moveToNext`
+    /// leads to the child after the one removed; removing child 0 under the cursor leaves it at -1, and a negative
     /// cursor moves back with every removal.
     /// @throws lang::ArrayIndexOutBoundsException if @p index is not below the count
     virtual void removeChild(unsigned int index);
@@ -93,7 +93,7 @@ public:
     /// Adds an attribute at the end.
     virtual void appendAttribute(Node* attribute);
 
-    /// Adds an attribute in front of the one at @p index.
+    /// Adds an attribute before the one at @p index.
     /// @throws lang::ArrayIndexOutBoundsException if @p index is not below the count
     virtual void insertAttribute(Node* attribute, unsigned int index);
 
@@ -120,7 +120,7 @@ public:
     /// Moves the cursor to the next child. False, with the cursor where it is, if there is none.
     virtual bool moveToNext();
 
-    /// The child under the cursor, or null if the cursor is behind the last one.
+    /// The child under the cursor, or null if the cursor is past the last one.
     /// @throws std::out_of_range if the cursor is negative (see `removeChild`)
     virtual Node* getChild();
 

@@ -29,7 +29,7 @@ using text::unitCount;
 constexpr std::size_t absent = static_cast<std::size_t>(-1);
 
 /// What the accessors tell about: a token that has been read. Its texts lie where the token itself does, with their
-/// references resolved and a zero unit in the place of what stood behind them. Places count from the token's start.
+/// references resolved and a zero unit in the place of what stood after them. Places count from the token's start.
 struct Piece {
     int type;
     bool start;
@@ -100,11 +100,11 @@ private:
     WideString atPositionWithUnit(const WideChar* words) const;
 
     io::InputStream* inputStream;              // borrowed
-    std::unique_ptr<Declaration> declaration;  // until the first piece behind it has been read
+    std::unique_ptr<Declaration> declaration;  // until the first piece after it has been read
     PendingText pending;                       // whose first unit is the start of the token that is being parsed
     std::vector<Attribute> found;              // of the token that is being parsed
     OpenElements openElements;
-    std::size_t whiteSpace = 0;  // that was pending in front of the token
+    std::size_t whiteSpace = 0;  // that was pending before the token
     long positionBase = 0;       // the length of the declaration in bytes
     bool taken = false;          // whether the stream has given anything
     bool endOfData = false;
@@ -173,7 +173,7 @@ bool XMLReader::getStandalone() {
 }
 
 /// Whether a failure is final: the bytes that were taken are gone, or the text of the bad token is no longer what it
-/// was. A stream that failed may be asked again, and behind the end of the data there is nothing to lose.
+/// was. A stream that failed may be asked again, and after the end of the data there is nothing to lose.
 bool XMLReader::Machine::doRead() {
     if (broken) {
         std::rethrow_exception(broken);
@@ -252,7 +252,7 @@ bool XMLReader::Machine::parseToken() {
         return false;
     }
     found.clear();
-    // The "<" behind a text has given its place to the text's terminator.
+    // The "<" after a text has given its place to the text's terminator.
     if (piece.type == textNode || *pending.units() == u'<') {
         parseMarkup();
     } else {
@@ -278,7 +278,7 @@ bool XMLReader::Machine::passWhiteSpace() {
         whiteSpace = 0;  // a block takes the place of what was nothing but white-space
         if (!more) {
             endOfData = true;
-            // An element that is open counts as inside only if there was anything behind its tag.
+            // An element that is open counts as inside only if there was anything after its tag.
             const bool opened = piece.start && !piece.empty;
             if (openElements.count() > (opened ? 1U : 0U)) {
                 fail(u"Invalid element tree.");

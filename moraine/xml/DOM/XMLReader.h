@@ -26,14 +26,14 @@ namespace moraine::xml::DOM {
 /// What it accepts. A text that begins, with its very first byte, with an XML declaration, and goes on with elements,
 /// text and comments. Processing instructions, document types and CDATA sections are refused. The five predefined
 /// entities and numeric references are resolved, in names and values alike, as `XMLStringUtil::reference2String` does;
-/// nothing else is expanded. White-space in front of a text and between tags is dropped, all other white-space and all
+/// nothing else is expanded. White-space before a text and between tags is dropped, all other white-space and all
 /// line ends stay as they are. Nothing is validated beyond what the failures tell: names may hold almost any unit,
 /// attributes of one name may repeat, and there may be several top-level elements. `>` ends a tag also within quotes.
-/// An attribute with an empty value needs white-space or another attribute behind it: `<a b="" />`. An element that
+/// An attribute with an empty value needs white-space or another attribute after it: `<a b="" />`. An element that
 /// is open when the data ends is noticed unless it is the last piece read and stands at the top.
 ///
 /// The declaration is read as single bytes, must lie in the first block that the stream gives, and must hold an
-/// attribute. Its encoding, "UTF-8", "BASE64" or "URL", or "utf-8" if it names none, is that of everything behind it.
+/// attribute. Its encoding, "UTF-8", "BASE64" or "URL", or "utf-8" if it names none, is that of everything after it.
 /// The stream must be able to move back, by a negative `skip`, to the end of the declaration. With a stream whose
 /// `skip` does nothing, as a socket's, what came with the first block is lost: read all of it into a
 /// `MemoryInputStream` first.
@@ -44,14 +44,14 @@ namespace moraine::xml::DOM {
 /// - a block that ends after `<!-` or `<!--`, or one that has nothing but the `!` after the `<` of the one before,
 ///   makes the comment that begins there fail with "Unsupported element type.(". This happens in any document longer
 ///   than a block, from a file as from a slow stream: of 200 files of 100 kB with a comment every 450 bytes 4 were
-///   refused, and of 200 files of 1 MB 71. A stream that ends its blocks elsewhere, in front of a "<" say, is the way
+///   refused, and of 200 files of 1 MB 71. A stream that ends its blocks elsewhere, before a "<" say, is the way
 ///   round it;
 /// - a block that gives no text ends the data, even if the stream has more: one that holds nothing but the start of a
 ///   multi-byte sequence, say, or with "BASE64" only characters that the decoder keeps for the next call;
 /// - with "UTF-8" a zero byte hides all that follows it in its block, so that pieces may be missing without a failure.
 ///
-/// A zero unit, which "BASE64" and "URL" can bring in, is an ordinary unit to the reader; a name or value ends in front
-/// of it.
+/// A zero unit, which "BASE64" and "URL" can bring in, is an ordinary unit to the reader; a name or value ends before
+/// it.
 ///
 /// Memory follows the nesting depth and the longest piece, not the length of the text. Time is in proportion to the
 /// length of the text, however it is made. Nesting has no limit of its own.
@@ -125,7 +125,7 @@ public:
     /// @throws lang::ArrayIndexOutBoundsException if @p index is not below `getAttributeCount()`
     const WideChar* getAttributeValue(unsigned int index) const;
 
-    /// What the declaration says, from the first `doRead` on until the one that reads the first piece behind it.
+    /// What the declaration says, from the first `doRead` on until the one that reads the first piece after it.
     /// @throws lang::UnsupportedOperationException "Not parsed yet." before that, "Invalid XML data." after it
     const WideChar* getVersion() const;
     /// As `getVersion`.

@@ -47,7 +47,7 @@ void forEachAttribute(const PendingText& pending, std::size_t first, std::size_t
     };
     PendingText::Walk<&Marks::equals, &Marks::quotes, &Marks::references> walk(pending, first, end);
     const auto isReference = [](WideChar unit) { return unit == u'&' || unit == 0; };
-    // The next "=" or quote, and whether anything in front of it may be a reference.
+    // The next "=" or quote, and whether anything before it may be a reference.
     const auto nextSign = [&](bool& reference) {
         std::size_t at = walk.next();
         while (at < end && isReference(text[at])) {

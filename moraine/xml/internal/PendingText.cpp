@@ -46,8 +46,8 @@ void PendingText::append(const WideString& units) {
     added(units.size());
 }
 
-/// Makes room for so many units behind the pending ones. The piece and the pending units stay, and what lies in front
-/// of them or between goes.
+/// Makes room for so many units after the pending ones. The piece and the pending units stay, and what lies
+/// before or between them goes.
 void PendingText::makeRoom(std::size_t count) {
     if (capacity - end >= count) {
         return;
@@ -81,7 +81,7 @@ void PendingText::makeRoom(std::size_t count) {
     added(pending);
 }
 
-/// Marks so many units that have been put behind the pending ones, which they then belong to.
+/// Marks so many units that have been put after the pending ones, which they then belong to.
 void PendingText::added(std::size_t count) noexcept {
     if (count == 0) {
         return;

@@ -13,7 +13,7 @@
 namespace moraine::xml {
 
 /// What a reader has read and not yet consumed: a block of bytes, and the units that blocks were decoded to, with their
-/// marks. In front of the pending units it keeps those of the current piece. Places are offsets from the first pending
+/// marks. Before the pending units it keeps those of the current piece. Places are offsets from the first pending
 /// unit; they last, and pointers do not, when a further block is read.
 class PendingText {
 public:
@@ -33,10 +33,10 @@ public:
     void decodeBy(std::unique_ptr<text::IDecoder> newDecoder);
     [[nodiscard]] bool canDecode() const noexcept { return decoder != nullptr; }
 
-    /// Puts the next block behind the pending units; false if it gives no text, which ends the data.
+    /// Puts the next block after the pending units; false if it gives no text, which ends the data.
     bool readBlock(const WideChar* className);
 
-    /// Puts units behind the pending ones.
+    /// Puts units after the pending ones.
     void append(const WideString& units);
 
     [[nodiscard]] std::size_t length() const noexcept { return end - start; }
@@ -46,7 +46,7 @@ public:
     /// The current piece.
     [[nodiscard]] const WideChar* piece() const noexcept { return buffer.get() + pieceBegin; }
 
-    /// Drops pending units; those in front of a token are not kept.
+    /// Drops pending units; those before a token are not kept.
     void drop(std::size_t count) noexcept { start += count; }
 
     /// Consumes pending units, which become the current piece.

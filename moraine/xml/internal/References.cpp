@@ -114,7 +114,7 @@ private:
     std::size_t count = 0;
 };
 
-/// One walk that does what six passes, one behind the other, would do.
+/// One walk that does what six passes, one after the other, would do.
 ///
 /// The four names need no order, since none of them makes a unit that another reference is made of. Numeric
 /// references are looked for in what the names leave, so the text between "&#" and ";" is read with its names
@@ -153,9 +153,9 @@ private:
             }
         }
         if (beginsWith(rest, u"&#")) {
-            const std::size_t behind = passNumeric(at);
-            if (behind != at) {
-                return behind;
+            const std::size_t after = passNumeric(at);
+            if (after != at) {
+                return after;
             }
         }
         put(u'&');
@@ -191,7 +191,7 @@ private:
         return end + 1;
     }
 
-    /// The unit at `at` with the four names resolved; moves `at` behind it.
+    /// The unit at `at` with the four names resolved; moves `at` past it.
     WideChar nextUnit(std::size_t& at) const {
         if (names && text[at] == u'&') {
             if (const NamedReference* const reference = namedReferenceAt(text.substr(at))) {
@@ -234,7 +234,7 @@ private:
     std::size_t openAmpersand = WideString::npos;  // in `out`, with fewer than five units from it on
 };
 
-/// The index of the first unit that is written as a reference, or @p length if there is none. Behind one the next is
+/// The index of the first unit that is written as a reference, or @p length if there is none. After one the next is
 /// often near, so it is looked for unit by unit at first.
 std::size_t findNextReserved(const WideChar* text, std::size_t length) {
     const std::size_t near = std::min<std::size_t>(length, 8);

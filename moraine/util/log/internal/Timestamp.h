@@ -10,13 +10,13 @@ constexpr unsigned int timestampLength = 19;
 
 /// Writes a moment as "2026/11/18 07:35:22", without a terminator. Of the year the last four digits.
 inline void writeTimestamp(const platform::DateTime& moment, WideChar* target) noexcept {
-    const auto put = [&target](int number, int digits, WideChar behind) {
+    const auto put = [&target](int number, int digits, WideChar after) {
         for (int i = digits; i-- > 0; number /= 10) {
             target[i] = static_cast<WideChar>(u'0' + number % 10);
         }
         target += digits;
-        if (behind != 0) {
-            *target++ = behind;
+        if (after != 0) {
+            *target++ = after;
         }
     };
     put(moment.year, 4, u'/');
