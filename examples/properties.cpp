@@ -1,5 +1,6 @@
 // Reads a property file, shows or changes it, and writes it back.
 
+#include "moraine/extras/TextInputStream.h"
 #include "moraine/io/FileInputStream.h"
 #include "moraine/io/MemoryOutputStream.h"
 #include "moraine/util/PropertyManager.h"
@@ -22,23 +23,6 @@ constexpr const char* usage = "usage: properties FILE [list | get NAME | set NAM
                               "The file is in UTF-8. Comments and empty lines do not survive a change. FILE\n"
                               "stays as it was unless the new one could be written whole.\n";
 
-/// Hands out a stream in pieces that the manager can place one after another, however long the file is.
-class SmallPieces : public moraine::io::InputStream {
-public:
-    explicit SmallPieces(moraine::io::InputStream& file) : source(file) {}
-
-    unsigned int read(char* buffer, unsigned int length) override {
-        constexpr unsigned int most = 2048;
-        return source.read(buffer, length < most ? length : most);
-    }
-
-    void close() override { source.close(); }
-    void skip(long count) override { source.skip(count); }
-
-private:
-    moraine::io::InputStream& source;
-};
-
 /// Prints the entries as they would be written, with the line ends of this system.
 void list(PropertyManager& properties) {
     moraine::io::MemoryOutputStream table;
@@ -50,8 +34,8 @@ void list(PropertyManager& properties) {
 
 void load(PropertyManager& properties, const std::string& path) {
     moraine::io::FileInputStream file(console::wide(path).c_str());
-    SmallPieces pieces(file);
-    properties.read(&pieces, u"UTF-8");
+    moraine::extras::TextInputStream text(file);  // in pieces that the manager has room for, however long the file is
+    properties.read(&text, u"UTF-8");
 }
 
 void save(PropertyManager& properties, const std::string& path) {

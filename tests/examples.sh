@@ -51,7 +51,7 @@ expect 1 '' "$bin/properties" /dev/null set c 1
 # More than the two full blocks that a table from a file is refused for.
 for ((i = 0; i < 3000; ++i)); do echo "name$i=value"; done >long
 expect 0 value "$bin/properties" long get name2999
-[[ $(ls) == $'errors\nlong\ntable' ]] || fail "a draft was left behind"
+[[ $(ls) == $'errors\nlong\ntable' ]] || fail "a draft is left"
 
 head='<?xml version="1.0" encoding="utf-8" standalone="yes"?>'
 printf 'name,n1\r\n"Tea, ""green"" & <more>",3\n\n\xc3\xbc,\n' >table.csv
@@ -65,6 +65,9 @@ done
 expect 1 '' "$bin/xml_build" absent table.xml
 expect 0 '' "$bin/xml_reformat" table.xml table.again
 cmp table.xml table.again || fail "a failed run has changed the document, or xml_build does not indent as xml_reformat"
+expect 1 '' "$bin/xml_outline" absent
+expect 1 '' "$bin/xml_reformat" absent never
+[[ ! -e never ]] || fail "a failed run has made a file"
 expect 0 "$(tr -d '\r' <table.xml)" without_cr "$bin/xml_reformat" table.xml -
 
 # Several blocks, and a length that leaves something for the closing call.
@@ -77,7 +80,7 @@ for name in base64 url; do
     cmp bytes decoded || fail "codec $name"
 done
 expect 0 'a%2Fb+c%0A' "$bin/codec" encode URL <<<'a/b c'
-# Two blocks that part CR and LF behind the padding.
+# Two blocks that part CR and LF after the padding.
 expect 0 A "$bin/codec" decode BASE64 < <(printf 'QQ==\r'; sleep 0.2; printf '\n')
 expect 1 '' "$bin/codec" decode BASE64 - decoded <<<'Q'
 cmp bytes decoded || fail "a failed run has changed the file"
@@ -119,4 +122,4 @@ done
 expect 0 $'a=1\r\nb=x y\r' "$bin/tcp_properties" fetch "$(cat port)"
 wait $! || fail "the server failed"
 expect 1 '' "$bin/tcp_properties" fetch "$(cat port)"
-[[ $(ls) != *draft* ]] || fail "a draft was left behind"
+[[ $(ls) != *draft* ]] || fail "a draft is left"

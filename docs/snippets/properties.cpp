@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include <moraine/extras/TextInputStream.h>
 #include <moraine/io/DataFormatException.h>
 #include <moraine/io/FileInputStream.h>
 #include <moraine/io/FileOutputStream.h>
@@ -13,20 +14,6 @@
 using namespace moraine;
 
 namespace {
-
-//! [small-pieces]
-/// Hands out what another stream has in pieces that leave a PropertyManager room for the rest of a line.
-class SmallPieces : public io::InputStream {
-public:
-    explicit SmallPieces(io::InputStream& source) : in(source) {}
-    unsigned int read(char* buffer, unsigned int length) override { return in.read(buffer, std::min(length, 4096U)); }
-    void close() override { in.close(); }
-    void skip(long count) override { in.skip(count); }
-
-private:
-    io::InputStream& in;
-};
-//! [small-pieces]
 
 TEST(Properties, AreEdited) {
     const test::TemporaryDirectory folder;
@@ -82,8 +69,10 @@ TEST(Properties, OfLongFiles) {
     io::FileInputStream file(folder.name(u"long").c_str());
     EXPECT_THROW(properties.read(&file, u"utf-8"), io::DataFormatException);
     file.setFileName(folder.name(u"long").c_str());
-    SmallPieces pieces(file);
-    properties.read(&pieces, u"utf-8");
+    //! [long-files]
+    extras::TextInputStream text(file);
+    properties.read(&text, u"utf-8");
+    //! [long-files]
     EXPECT_EQ(properties.count(), 5000U);
 }
 
