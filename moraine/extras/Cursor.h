@@ -29,12 +29,12 @@ namespace moraine::extras {
 /// A cursor is used by one thread at a time and is not copyable.
 class MORAINE_EXTRAS_API Cursor {
 public:
-    /// A cursor in front of the first piece of any XML 1.0 document, read through an `XmlInputStream` of its own.
+    /// A cursor before the first piece of any XML 1.0 document, read through an `XmlInputStream` of its own.
     /// @p source is borrowed and neither closed nor destroyed.
     /// @throws std::bad_alloc if there is no room
     explicit Cursor(io::InputStream& source);
 
-    /// A cursor behind the piece at which @p reader stands, which is borrowed and must not be moved by others. Elements
+    /// A cursor after the piece at which @p reader stands, which is borrowed and must not be moved by others. Elements
     /// that are open there are not known: depth counts from here.
     /// @throws std::bad_alloc if there is no room
     explicit Cursor(xml::DOM::XMLReader& reader);

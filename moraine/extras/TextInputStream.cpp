@@ -112,7 +112,7 @@ private:
         source.consume(static_cast<std::size_t>(at.from - begin));
     }
 
-    /// All in front of the fault is handed out first.
+    /// All before the fault is handed out first.
     void refuse() {
         const Place place = out.placeOf(out.end());
         try {

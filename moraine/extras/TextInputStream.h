@@ -29,9 +29,9 @@ class PieceStream;
 /// All else, line ends included, passes through byte by byte.
 ///
 /// Where a piece ends. As long as `read` is asked for 16 bytes or more, no piece ends within a character (both halves
-/// of a pair count as one), between "\r" and "\n", within or directly behind `<!--`, which `XMLReader` asks for, or
+/// of a pair count as one), between "\r" and "\n", within or directly after `<!--`, which `XMLReader` asks for, or
 /// within a declaration `<?xml ... ?>` at the very start that fits into one piece. A piece has at most 10239 bytes. It
-/// ends behind a line feed where it cannot hold all that is at hand, and lines together with the piece that they are
+/// ends after a line feed where it cannot hold all that is at hand, and lines together with the piece that they are
 /// in stay so short that `PropertyManager` reads a file of any length whose lines have at most 10239 units each, with
 /// their line feeds. The source is read ahead, up to 16 KiB at a time, but `read` waits for it only while there is
 /// nothing to hand out.
@@ -69,7 +69,7 @@ public:
     /// with "\n", "\r\n" or "\r" alone.
     unsigned long line() const;
 
-    /// The column of the same place: one more than the characters in front of it in its line. A character beyond
+    /// The column of the same place: one more than the characters before it in its line. A character beyond
     /// U+FFFF is one, and so is U+FFFD for what was malformed.
     unsigned long column() const;
 

@@ -36,15 +36,15 @@ Sequence characterAt(const char* at, const char* end) {
         return first;
     }
     if (isHighSurrogate(first.character)) {
-        const char* const behind = at + first.length;
-        if (behind == end) {
+        const char* const after = at + first.length;
+        if (after == end) {
             return {Sequence::unfinished, first.length, 0};
         }
-        const Sequence second = unitAt(behind, end);
+        const Sequence second = unitAt(after, end);
         if (second.state == Sequence::good && isLowSurrogate(second.character)) {
             return {Sequence::good, 2 * halfLength, joined(first.character, second.character)};
         }
-        const bool mayBeLow = *behind == '\xed' && (end - behind < 2 || static_cast<unsigned char>(behind[1]) >= 0xb0);
+        const bool mayBeLow = *after == '\xed' && (end - after < 2 || static_cast<unsigned char>(after[1]) >= 0xb0);
         if (second.state == Sequence::unfinished && mayBeLow) {
             return {Sequence::unfinished, first.length, 0};
         }

@@ -34,8 +34,8 @@ public:
 
     /// Writes @p length bytes, and returns that number.
     /// @throws io::DataFormatException "Malformed UTF-8. : offset N" with `Malformed::refuse`, N being the offset of
-    ///         the bad bytes in all that was written to this stream. What stands in front of them has been written;
-    ///         nothing behind them is taken, and so it is with every further call
+    ///         the bad bytes in all that was written to this stream. What stands before them has been written;
+    ///         nothing after them is taken, and so it is with every further call
     /// @throws io::IOException "The stream could not be written." if the target takes nothing, or says that it took
     ///         more than it was given, which is how a socket says that it failed; "The stream is closed." after `close`
     /// @throws std::bad_alloc if there is no room for the converted bytes; none of them has been written

@@ -70,7 +70,7 @@ public:
 
     /// Hands out at most @p length bytes, and 0 only at the end of the document or if @p length is 0.
     /// @throws io::DataFormatException if the document is not well formed, or refers to an entity: a sentence, " : ",
-    ///         and the place, as in "Undeclared entity 'nbsp'. : line 7, column 12". It is thrown when all in front of
+    ///         and the place, as in "Undeclared entity 'nbsp'. : line 7, column 12". It is thrown when all before
     ///         the fault has been handed out, and so does every further call
     /// @throws text::UnsupportedEncodingException likewise, "Unsupported encoding 'koi8-r'. : line 1, column 31"
     /// @throws io::IOException "The stream could not be read." if the source says that it gave more than it was asked
@@ -92,7 +92,7 @@ public:
     /// one. A line ends with "\n", "\r\n" or "\r" alone.
     unsigned long line() const;
 
-    /// The column of the same place: one more than the characters in front of it in its line. A character is one,
+    /// The column of the same place: one more than the characters before it in its line. A character is one,
     /// however it is encoded; a tab is one too.
     unsigned long column() const;
 

@@ -22,7 +22,7 @@ public:
 
     void consume(std::size_t count) { first += count; }
 
-    /// Asks the stream once, and puts what it gives behind the bytes at hand, which must be few. False if the stream
+    /// Asks the stream once, and puts what it gives after the bytes at hand, which must be few. False if the stream
     /// has ended.
     /// @throws io::IOException if the stream says that it gave more than it was asked for
     bool read(const WideChar* className) {

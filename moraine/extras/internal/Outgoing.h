@@ -24,7 +24,7 @@ public:
     const char* begin() const { return bytes.get() + next; }
     const char* end() const { return bytes.get() + last; }
     std::size_t ready() const { return last - next; }
-    /// Whether anything, handed out or not, stands in front of what is ready.
+    /// Whether anything, handed out or not, stands before what is ready.
     bool hasPast() const { return next != 0; }
 
     /// Gives up what is handed out and need not be kept, if there is much of it. Offsets from `size` change.
@@ -64,7 +64,7 @@ public:
     const char* at(std::size_t offset) const { return bytes.get() + offset; }
 
     /// How many of the first @p count bytes that are ready may be one piece: no part of a character, and nothing from
-    /// `<!--` without what follows it. @p more says whether anything will be behind what is ready.
+    /// `<!--` without what follows it. @p more says whether anything will be after what is ready.
     std::size_t whole(std::size_t count, bool more) const {
         if (count == ready() && !more) {
             return count;

@@ -8,7 +8,7 @@
 
 namespace moraine::extras {
 
-/// What is behind an input stream of this library: it makes their text in larger parts than it hands out.
+/// What is inside an input stream of this library: it makes their text in larger parts than it hands out.
 class PieceStream {
 public:
     explicit PieceStream(const WideChar* name) : className(name) {}
@@ -36,8 +36,8 @@ protected:
 
     const WideChar* const className;  // for failures
     Outgoing out;
-    bool ended = false;        // nothing will come behind what is ready
-    std::exception_ptr fault;  // what is thrown behind that
+    bool ended = false;        // nothing will come after what is ready
+    std::exception_ptr fault;  // what is thrown after that
 
 private:
     bool produceMore();

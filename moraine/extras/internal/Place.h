@@ -9,7 +9,7 @@ namespace moraine::extras {
 struct Place {
     unsigned long line = 1;
     unsigned long column = 1;
-    bool returned = false;  // behind a "\r", whose line a "\n" does not end a second time
+    bool returned = false;  // after a "\r", whose line a "\n" does not end a second time
 
     /// Moves over the text from @p at up to @p end.
     void pass(const char* at, const char* end) {
@@ -18,14 +18,14 @@ struct Place {
         }
         const auto length = static_cast<std::size_t>(end - at);
         if (!returned && std::memchr(at, '\r', length) == nullptr) {
-            const char* behind = nullptr;
-            line += count(at, end, behind, [](char c) { return c == '\n'; });
-            if (behind != nullptr) {
+            const char* after = nullptr;
+            line += count(at, end, after, [](char c) { return c == '\n'; });
+            if (after != nullptr) {
                 column = 1;
-                while (behind[-1] != '\n') {
-                    --behind;
+                while (after[-1] != '\n') {
+                    --after;
                 }
-                at = behind;
+                at = after;
             }
             column += characters(at, end);
             return;
@@ -48,10 +48,10 @@ struct Place {
     }
 
 private:
-    /// How many bytes `counts`, and a place not far behind the last of them. Compilers make wide code of loops that
+    /// How many bytes `counts`, and a place not far after the last of them. Compilers make wide code of loops that
     /// count in bytes.
     template <class Counts>
-    static unsigned long count(const char* at, const char* end, const char*& behind, Counts counts) {
+    static unsigned long count(const char* at, const char* end, const char*& after, Counts counts) {
         unsigned long all = 0;
         while (at != end) {
             const char* const stop = end - at > 128 ? at + 128 : end;
@@ -60,7 +60,7 @@ private:
                 some = static_cast<unsigned char>(some + counts(*at));
             }
             all += some;
-            behind = some != 0 ? stop : behind;
+            after = some != 0 ? stop : after;
         }
         return all;
     }

@@ -15,7 +15,7 @@ struct Byte {
     constexpr int below(unsigned char limit) const { return byte < limit ? 1 : 0; }
 };
 
-/// Eight bytes at once: tests that leave the highest bit of the first byte that meets them, and perhaps of some behind
+/// Eight bytes at once: tests that leave the highest bit of the first byte that meets them, and perhaps of some after
 /// it.
 struct Word {
     std::uint64_t bytes;
@@ -64,7 +64,7 @@ const char* findNear(const char* at, const char* end, Stops stops) {
     return at;
 }
 
-/// As `findNear`, in large steps behind the first few bytes.
+/// As `findNear`, in large steps after the first few bytes.
 template <class Stops>
 const char* findStop(const char* at, const char* end, Stops stops) {
     constexpr std::ptrdiff_t near = 24;

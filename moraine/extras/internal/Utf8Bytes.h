@@ -101,7 +101,7 @@ struct Sequence {
     char32_t character;
 };
 
-/// Reads the sequence at @p at, which is in front of @p end.
+/// Reads the sequence at @p at, which is before @p end.
 inline Sequence sequenceAt(const char* at, const char* end) {
     const auto byte = [at](unsigned int i) { return static_cast<unsigned char>(at[i]); };
     const unsigned char lead = byte(0);
@@ -112,7 +112,7 @@ inline Sequence sequenceAt(const char* at, const char* end) {
         return {Sequence::malformed, 1, 0};
     }
     const unsigned int length = lead < 0xe0 ? 2 : lead < 0xf0 ? 3 : 4;
-    // The second byte has a narrower range behind some leads: no overlong forms, no surrogates, nothing too large.
+    // The second byte has a narrower range after some leads: no overlong forms, no surrogates, nothing too large.
     const unsigned char low = lead == 0xe0 ? 0xa0 : lead == 0xf0 ? 0x90 : 0x80;
     const unsigned char high = lead == 0xed ? 0x9f : lead == 0xf4 ? 0x8f : 0xbf;
     char32_t character = lead & (0xffU >> (length + 1));

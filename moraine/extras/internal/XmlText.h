@@ -14,12 +14,12 @@ namespace moraine::extras {
 enum class XmlEncoding { utf8, utf16Big, utf16Little, latin1, ascii };
 
 /// The characters of a document in the form that the library's decoder takes, with "\n" for every line end. Only
-/// characters that XML allows are here: text that cannot be decoded ends in front of the fault.
+/// characters that XML allows are here: text that cannot be decoded ends before the fault.
 class XmlText {
 public:
     XmlText(io::InputStream& stream, const WideChar* name) : source(stream), className(name) {}
 
-    /// What is at hand: whole characters, with a zero byte behind them.
+    /// What is at hand: whole characters, with a zero byte after them.
     const char* begin() const { return bytes.get() + next; }
     const char* end() const { return bytes.get() + last; }
     std::size_t size() const { return last - next; }
@@ -28,7 +28,7 @@ public:
     void moveTo(const char* at) { next = static_cast<std::size_t>(at - bytes.get()); }
     void consume(std::size_t count) { next += count; }
 
-    /// Puts more behind what is at hand, which may move to another place. False at the end.
+    /// Puts more after what is at hand, which may move to another place. False at the end.
     bool more();
 
     /// Whether at least @p count bytes are at hand; gets more until it is so.
@@ -48,7 +48,7 @@ public:
     const WideString& fault() const { return words; }
 
     /// Looks at the first bytes, of which a byte order mark is dropped, and takes the encoding that they tell: that or,
-    /// if none is told, UTF-8 up to the first ">", behind which a declaration has been read.
+    /// if none is told, UTF-8 up to the first ">", after which a declaration has been read.
     void detect();
 
     /// The encoding that was told by the first bytes. True if it was by a byte order mark, or if it is UTF-16.
@@ -82,9 +82,9 @@ private:
     Place origin;  // of the first byte that is held
     XmlEncoding form = XmlEncoding::utf8;
     bool certain = false;
-    bool undeclared = false;  // stop behind each ">"
+    bool undeclared = false;  // stop after each ">"
     bool starved = false;     // the bytes at hand are too few to go on
-    bool returned = false;    // behind a "\r": a "\n" is of the same line end
+    bool returned = false;    // after a "\r": a "\n" is of the same line end
     WideString words;
 };
 
