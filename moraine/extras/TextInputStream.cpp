@@ -23,7 +23,7 @@ constexpr char32_t replacement = 0xfffd;
 class TextPieces : public PieceStream {
 public:
     TextPieces(io::InputStream& stream, Malformed what)
-        : PieceStream(u"moraine::extras::TextInputStream"), source(stream), malformed(what) {}
+        : PieceStream(u"moraine::extras::TextInputStream", true), source(stream), malformed(what) {}
 
     Place where() const override { return out.placeOf(out.begin()); }
 

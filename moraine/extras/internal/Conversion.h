@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 #include "moraine/extras/internal/Search.h"
@@ -35,6 +36,23 @@ struct Rules {
 template <class Stops, class Odd, class Take>
 Rules(Stops, Odd, Take) -> Rules<Stops, Odd, Take>;
 
+/// The end of the characters of three bytes that begin here, two at a time, but for those whose lead does not tell
+/// enough: overlong forms, surrogates, and what lies beside noncharacters.
+inline const char* passThrees(const char* at, const char* end) {
+#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    constexpr unsigned int unclear = 1U << 0x0 | 1U << 0xd | 1U << 0xf;
+    const auto isUnclear = [](unsigned int lead) { return (unclear >> (lead & 0xf) & 1) != 0; };
+    for (std::uint64_t word = 0; end - at >= 8; at += 6) {
+        std::memcpy(&word, at, 8);
+        if ((word & 0xc0c0f0c0c0f0U) != 0x8080e08080e0U || isUnclear(static_cast<unsigned int>(word)) ||
+            isUnclear(static_cast<unsigned int>(word >> 24))) {
+            break;
+        }
+    }
+#endif
+    return at;
+}
+
 /// The end of what can be copied as it is.
 template <class Rules>
 const char* passUnchanged(const char* at, const char* end, const Rules& rules) {
@@ -55,6 +73,10 @@ const char* passUnchanged(const char* at, const char* end, const Rules& rules) {
             continue;
         }
         do {  // of characters that are not ASCII there are most of the time several
+            at = passThrees(at, end);
+            if (static_cast<signed char>(*at) >= 0) {
+                break;
+            }
             const auto lead = static_cast<unsigned char>(*at);
             if (end - at >= 3 && follows(1) && lead >= 0xc2 && lead < 0xe0) {
                 at += 2;

@@ -21,6 +21,9 @@ public:
     /// A caller that asks for fewer bytes gets them wherever they end.
     static constexpr std::size_t leastPiece = 16;
 
+    /// @param places whether `placeOf` will be asked
+    explicit Outgoing(bool places) : counting(places) {}
+
     const char* begin() const { return bytes.get() + next; }
     const char* end() const { return bytes.get() + last; }
     std::size_t ready() const { return last - next; }
@@ -31,7 +34,9 @@ public:
     void compact() {
         if (next > 4 * kept) {
             const std::size_t gone = next - kept;
-            place.pass(bytes.get(), bytes.get() + gone);
+            if (counting) {
+                place.pass(bytes.get(), bytes.get() + gone);
+            }
             std::memmove(bytes.get(), bytes.get() + gone, last - gone);
             next -= gone;
             last -= gone;
@@ -148,7 +153,8 @@ private:
     std::size_t capacity = 0;
     std::size_t next = 0;
     std::size_t last = 0;
-    Place place;  // of the first byte held
+    const bool counting;
+    Place place;  // of the first byte held, if counting
 };
 
 }  // namespace moraine::extras

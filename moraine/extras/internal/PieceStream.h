@@ -11,7 +11,8 @@ namespace moraine::extras {
 /// What is inside an input stream of this library: it makes their text in larger parts than it hands out.
 class PieceStream {
 public:
-    explicit PieceStream(const WideChar* name) : className(name) {}
+    /// @param places whether `out` will be asked for lines and columns
+    PieceStream(const WideChar* name, bool places) : className(name), out(places) {}
     PieceStream(const PieceStream& other) = delete;
     virtual ~PieceStream() = default;
     PieceStream& operator=(const PieceStream& other) = delete;

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 namespace moraine::extras {
@@ -16,16 +18,11 @@ struct Place {
         if (at == end) {
             return;
         }
-        const auto length = static_cast<std::size_t>(end - at);
-        if (!returned && std::memchr(at, '\r', length) == nullptr) {
-            const char* after = nullptr;
-            line += count(at, end, after, [](char c) { return c == '\n'; });
-            if (after != nullptr) {
+        if (!returned && findByte(at, end, '\r') == end) {
+            for (const char* next = findByte(at, end, '\n'); next != end; next = findByte(at, end, '\n')) {
+                ++line;
                 column = 1;
-                while (after[-1] != '\n') {
-                    --after;
-                }
-                at = after;
+                at = next + 1;
             }
             column += characters(at, end);
             return;
@@ -48,33 +45,35 @@ struct Place {
     }
 
 private:
-    /// How many bytes `counts`, and a place not far after the last of them. Compilers make wide code of loops that
-    /// count in bytes.
-    template <class Counts>
-    static unsigned long count(const char* at, const char* end, const char*& after, Counts counts) {
-        unsigned long all = 0;
-        while (at != end) {
-            const char* const stop = end - at > 128 ? at + 128 : end;
-            unsigned char some = 0;
-            for (; at != stop; ++at) {
-                some = static_cast<unsigned char>(some + counts(*at));
-            }
-            all += some;
-            after = some != 0 ? stop : after;
-        }
-        return all;
-    }
-
     static const char* findByte(const char* at, const char* end, unsigned char byte) {
         const void* const found = at == end ? nullptr : std::memchr(at, byte, static_cast<std::size_t>(end - at));
         return found == nullptr ? end : static_cast<const char*>(found);
     }
 
+    /// How many bytes are no continuation of a character, eight at a time: each has a count of its own in a word, which
+    /// does not overflow in so many steps.
     static unsigned long characters(const char* at, const char* end) {
-        const char* last = nullptr;
-        unsigned long all = count(at, end, last, [](char c) { return (c & 0xc0) != 0x80; });
+        constexpr std::uint64_t ones = 0x0101010101010101U;
+        constexpr std::uint64_t everySecond = 0x00ff00ff00ff00ffU;
+        unsigned long all = 0;
+        const char* const begin = at;
+        while (end - at >= 8) {
+            const std::ptrdiff_t steps = std::min<std::ptrdiff_t>((end - at) / 8, 255);
+            std::uint64_t counts = 0;
+            for (std::ptrdiff_t i = 0; i < steps; ++i) {
+                std::uint64_t word = 0;
+                std::memcpy(&word, at + 8 * i, 8);
+                counts += (~word >> 7 | word >> 6) & ones;
+            }
+            counts = (counts & everySecond) + (counts >> 8 & everySecond);
+            all += static_cast<unsigned long>(counts * 0x0001000100010001U >> 48);
+            at += 8 * steps;
+        }
+        for (; at != end; ++at) {
+            all += (*at & 0xc0) != 0x80 ? 1 : 0;
+        }
         // The second half of a pair is no character of its own.
-        for (; (at = findByte(at, end, 0xed)) != end; ++at) {
+        for (at = begin; (at = findByte(at, end, 0xed)) != end; ++at) {
             all -= static_cast<unsigned char>(at[1]) >= 0xb0 ? 1 : 0;
         }
         return all;

@@ -18,7 +18,7 @@ constexpr const WideChar* ownName = u"moraine::extras::XmlInputStream";
 }  // namespace
 
 XmlPieces::XmlPieces(io::InputStream& source, WhiteSpace what)
-    : PieceStream(ownName), XmlScanner(source, ownName), keepsWhite(what == WhiteSpace::keep) {}
+    : PieceStream(ownName, false), XmlScanner(source, ownName), keepsWhite(what == WhiteSpace::keep) {}
 
 void XmlPieces::produce() {
     out.compact();

@@ -9,8 +9,8 @@
 namespace moraine::extras {
 namespace {
 
-/// So many bytes are decoded in one go.
-constexpr std::size_t slice = 4096;
+/// So many bytes are decoded in one go: all that the source has at hand.
+constexpr std::size_t slice = 16384;
 
 const Rules rules{[](auto unit) { return unit.notAscii() | unit.below(' '); },
                   [](Byte unit) { return unit.notAscii() | (unit.below(' ') & !unit.is('\t') & !unit.is('\n')); },
