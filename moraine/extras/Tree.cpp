@@ -56,7 +56,7 @@ public:
 
     std::unique_ptr<Document> load() {
         auto document = std::make_unique<Document>();
-        open.push_back({0, true, false, false});
+        open.push_back({0, 0, true, false, false});
         while (reader.doRead()) {
             readPiece();
         }
@@ -66,10 +66,17 @@ public:
 
 private:
     struct Open {
-        std::size_t first;  // of its children in `nodes`
-        bool keeps;         // all blank texts
-        bool hasText;       // that is not blank
-        bool hasOther;      // than text
+        std::size_t first;       // of its children in `nodes`
+        std::size_t firstBlank;  // of its blank texts in `blanks`
+        bool keeps;              // all blank texts
+        bool hasText;            // that is not blank
+        bool hasOther;           // than text
+    };
+
+    /// A text of nothing but white-space, of which no node is made before it is known to stay.
+    struct Blank {
+        std::size_t place;  // before so many of `nodes`
+        std::size_t begin;  // in `blankText`
     };
 
     void readPiece() {
@@ -80,12 +87,9 @@ private:
             case elementNode:
                 reader.isStartElement() ? readStart() : readEnd();
                 break;
-            case textNode: {
-                const std::u16string_view text = viewOf(reader.getValue());
-                open.back().hasText = open.back().hasText || !isBlank(text);
-                add(std::make_unique<Text>(), &Node::setValue, text);
+            case textNode:
+                readText(viewOf(reader.getValue()));
                 break;
-            }
             case commentNode:
                 open.back().hasOther = true;
                 add(std::make_unique<Comment>(), &Node::setValue, viewOf(reader.getValue()));
@@ -93,6 +97,16 @@ private:
             default:
                 break;
         }
+    }
+
+    void readText(std::u16string_view text) {
+        if (!open.back().hasText && isBlank(text)) {
+            blanks.push_back({nodes.size(), blankText.size()});
+            blankText.append(text);
+            return;
+        }
+        open.back().hasText = true;
+        add(std::make_unique<Text>(), &Node::setValue, text);
     }
 
     Node& add(std::unique_ptr<Node> node, void (Node::*set)(const WideChar*, unsigned int), std::u16string_view text) {
@@ -122,7 +136,7 @@ private:
         if (!reader.isEmptyElement()) {
             const std::u16string_view space = attribute(node, u"xml:space");
             const bool keeps = space == u"preserve" || (open.back().keeps && space != u"default" && open.size() > 1);
-            open.push_back({nodes.size(), keeps, false, false});
+            open.push_back({nodes.size(), blanks.size(), keeps, false, false});
         }
     }
 
@@ -131,13 +145,27 @@ private:
     /// Gives a node its children.
     void close(Node& parent) {
         const Open& ended = open.back();
+        std::size_t blank = ended.firstBlank;
         const bool keeps = keepsAll || ended.keeps || ended.hasText || !ended.hasOther;
-        for (std::size_t i = ended.first; i < nodes.size(); ++i) {
-            if (keeps || nodes[i]->getNodeType() != textNode) {
-                append(parent, std::move(nodes[i]));
+        const auto appendBlanks = [&](std::size_t place) {
+            for (; keeps && blank < blanks.size() && blanks[blank].place <= place; ++blank) {
+                const std::size_t end = blank + 1 < blanks.size() ? blanks[blank + 1].begin : blankText.size();
+                auto text = std::make_unique<Text>();
+                setLiteral(*text, &Node::setValue,
+                           std::u16string_view(blankText).substr(blanks[blank].begin, end - blanks[blank].begin));
+                append(parent, std::move(text));
             }
+        };
+        for (std::size_t i = ended.first; i < nodes.size(); ++i) {
+            appendBlanks(i);
+            append(parent, std::move(nodes[i]));
         }
+        appendBlanks(nodes.size());
         nodes.resize(ended.first);
+        if (blanks.size() > ended.firstBlank) {
+            blankText.resize(blanks[ended.firstBlank].begin);
+            blanks.resize(ended.firstBlank);
+        }
         open.pop_back();
     }
 
@@ -146,6 +174,8 @@ private:
     const bool keepsAll;
     std::vector<Open> open;                    // the document, and the elements that are open
     std::vector<std::unique_ptr<Node>> nodes;  // the children so far, of all of them, one after the other
+    std::vector<Blank> blanks;                 // likewise
+    WideString blankText;                      // theirs, one after the other
 };
 
 /// Adds to a failure where it was.
