@@ -56,7 +56,7 @@ public:
 
     std::unique_ptr<Document> load() {
         auto document = std::make_unique<Document>();
-        open.push_back({0, 0, true, false, false});
+        open.push_back({0, 0, false, false, false});
         while (reader.doRead()) {
             readPiece();
         }
@@ -115,16 +115,25 @@ private:
         return *nodes.back();
     }
 
-    void readDeclaration() { addAttributes(add(std::make_unique<Declaration>(), &Node::setLocalName, u"")); }
+    void readDeclaration() { addAttributes(add(std::make_unique<Declaration>(), &Node::setLocalName, u""), false); }
 
-    void addAttributes(Node& node) {
-        for (unsigned int i = 0; i < reader.getAttributeCount(); ++i) {
+    /// Whether `xml:space` says that blank texts stay; @p before where it says nothing.
+    bool addAttributes(Node& node, bool before) {
+        const unsigned int count = reader.getAttributeCount();
+        for (unsigned int i = 0; i < count; ++i) {
+            const std::u16string_view name = viewOf(reader.getAttributeName(i));
+            const std::u16string_view value = viewOf(reader.getAttributeValue(i));
+            if (name == u"xml:space") {
+                before = value == u"preserve" || (before && value != u"default");
+            }
             auto attribute = std::make_unique<Attr>();
-            setLiteral(*attribute, &Node::setLocalName, viewOf(reader.getAttributeName(i)));
-            setLiteral(*attribute, &Node::setValue, viewOf(reader.getAttributeValue(i)));
+            attribute->setParentNode(&node);
+            setLiteral(*attribute, &Node::setLocalName, name);
+            setLiteral(*attribute, &Node::setValue, value);
             node.appendAttribute(attribute.get());
-            attribute.release()->setParentNode(&node);
+            static_cast<void>(attribute.release());
         }
+        return before;
     }
 
     void readStart() {
@@ -132,10 +141,8 @@ private:
         auto element = std::make_unique<Element>();
         element->setEmpty(reader.isEmptyElement());
         Node& node = add(std::move(element), &Node::setLocalName, viewOf(reader.getName()));
-        addAttributes(node);
+        const bool keeps = addAttributes(node, open.back().keeps);
         if (!reader.isEmptyElement()) {
-            const std::u16string_view space = attribute(node, u"xml:space");
-            const bool keeps = space == u"preserve" || (open.back().keeps && space != u"default" && open.size() > 1);
             open.push_back({nodes.size(), blanks.size(), keeps, false, false});
         }
     }
