@@ -1,13 +1,16 @@
 # Turns a page that reads well in the repository into one that Doxygen reads.
 
-# The comment before the link to a snippet's source becomes the snippet.
-s#^<!-- (\\snippet.*) -->$#\1#
+# Doxygen decodes entities in code as well.
+:entity
+s/^(([^`]*`[^`]*`)*[^`]*`[^`]*)&(([a-z]+|#[0-9a-fx]+);)/\1\x01\3/
+t entity
+s/\x01/\&amp;/g
 # That source is a page of its own.
 s#\]\(snippets/([a-z]+)\.cpp\)#](\1_8cpp-example.html)#g
 s#\]\(snippets/\)#](examples.html)#g
 # A public header becomes the class in it, and all else outside of docs/ plain text.
 s#\]\(\.\./moraine/text/WideChar\.h\)#](@ref WideChar.h)#g
-s#\]\(\.\./moraine/extras/Utf8\.h\)#](@ref Utf8.h)#g
+s#\]\(\.\./moraine/extras/(Utf8|Tree|Files)\.h\)#](@ref \1.h)#g
 :header
 /\]\(\.\.\/moraine\/([a-zA-Z]+\/)+[a-zA-Z0-9]+\.h\)/ {
     /\.\.\/moraine\/platform\// b outside

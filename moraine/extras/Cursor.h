@@ -112,7 +112,7 @@ public:
     bool hasAttribute(std::u16string_view name) const;
 
 private:
-    class Impl;
+    class MORAINE_HIDDEN Impl;
     std::unique_ptr<Impl> impl;
 };
 

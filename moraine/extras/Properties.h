@@ -27,6 +27,7 @@ namespace moraine::extras {
 /// zero-terminated. Copies are deep. One thread at a time; while nobody changes it, any number.
 class MORAINE_EXTRAS_API Properties {
 public:
+    /// Names and values.
     using Entries = std::map<WideString, WideString, std::less<>>;
 
     /// The settings in a file; none if there is no such file.

@@ -53,8 +53,8 @@ public:
     void close() override;
 
 private:
-    [[noreturn]] void fail(long line = __builtin_LINE());
-    void discard() noexcept;
+    [[noreturn]] MORAINE_HIDDEN void fail(long line = __builtin_LINE());
+    MORAINE_HIDDEN void discard() noexcept;
 
     std::filesystem::path target;
     std::filesystem::path draft;

@@ -50,10 +50,10 @@ public:
     void close() override;
 
 private:
-    const WideChar* getClassName() const;
+    MORAINE_HIDDEN const WideChar* getClassName() const;
 
-    void convert(const char* begin, const char* end, bool last);
-    void send();
+    MORAINE_HIDDEN void convert(const char* begin, const char* end, bool last);
+    MORAINE_HIDDEN void send();
 
     io::OutputStream* target;  // borrowed; null when closed
     Malformed choice;

@@ -87,13 +87,19 @@ MORAINE_EXTRAS_API void setValue(xml::DOM::Node& node, std::u16string_view value
 template <class Kind>
 class Nodes {
 public:
+    /// What a range-for needs.
     class Iterator {
     public:
+        /// The first node of @p all from @p place on.
         Iterator(const Nodes& all, unsigned int place) : nodes(&all), index(place) { settle(); }
 
+        /// The node.
         Kind& operator*() const { return static_cast<Kind&>(*nodes->at(index)); }
+        /// The node.
         Kind* operator->() const { return &**this; }
+        /// Whether the two are at different places.
         bool operator!=(const Iterator& other) const { return index != other.index; }
+        /// Moves to the next node.
         Iterator& operator++() {
             ++index;
             settle();
@@ -119,7 +125,9 @@ public:
         : parent(&node), ofAttributes(attributes), kind(type), named(wanted),
           count(attributes ? node.getAttributeCount() : node.getChildCount()) {}
 
+    /// The first node.
     Iterator begin() const { return {*this, 0}; }
+    /// After the last node.
     Iterator end() const { return {*this, count}; }
 
 private:
