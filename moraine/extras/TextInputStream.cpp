@@ -132,28 +132,8 @@ private:
 }  // namespace
 
 TextInputStream::TextInputStream(io::InputStream& source, Malformed malformed)
-    : pieces(std::make_unique<TextPieces>(source, malformed)) {}
+    : ConvertingInputStream(std::make_unique<TextPieces>(source, malformed)) {}
 
 TextInputStream::~TextInputStream() = default;
-
-unsigned int TextInputStream::read(char* buffer, unsigned int length) {
-    return pieces->read(buffer, length);
-}
-
-void TextInputStream::close() {
-    pieces->close();
-}
-
-void TextInputStream::skip(long count) {
-    pieces->skip(count);
-}
-
-unsigned long TextInputStream::line() const {
-    return pieces->where().line;
-}
-
-unsigned long TextInputStream::column() const {
-    return pieces->where().column;
-}
 
 }  // namespace moraine::extras
