@@ -18,8 +18,8 @@ int main(int count, char** words) {
         const std::size_t sign = place.find(u'@');
         const auto document = extras::loadFile(file.c_str());
         for (auto* element : extras::findAll(*document, place.substr(0, sign))) {
-            sign == place.npos ? extras::setText(*element, value)
-                               : extras::setAttribute(*element, place.substr(sign + 1), value);
+            sign == std::u16string::npos ? extras::setText(*element, value)
+                                         : extras::setAttribute(*element, place.substr(sign + 1), value);
         }
         extras::saveFile(*document, file.c_str());
     } catch (moraine::lang::Exception& e) {

@@ -146,7 +146,8 @@ void Properties::set(std::u16string_view name, std::u16string_view value) {
     if (name.empty() || !isName(name)) {
         raise<lang::IllegalArgumentException>(className, name.empty() ? emptyName : badName);
     }
-    const bool readsBack = value.find(u'\n') == value.npos && value.find(u'\0') == value.npos &&
+    constexpr std::u16string_view breaks(u"\n\0", 2);
+    const bool readsBack = value.find_first_of(breaks) == std::u16string_view::npos &&
                            (value.empty() || value.back() != u'\r') && fromUtf8(toUtf8(value)) == value;
     if (!readsBack) {
         raise<lang::IllegalArgumentException>(className,

@@ -25,7 +25,7 @@ std::u16string_view viewOf(const WideChar* text) {
 
 /// Gives a node a literal text by one of its setters, which take markup.
 void setLiteral(Node& node, void (Node::*set)(const WideChar*, unsigned int), std::u16string_view text) {
-    if (text.find(u'&') == text.npos) {
+    if (text.find(u'&') == std::u16string_view::npos) {
         (node.*set)(text.data(), static_cast<unsigned int>(text.size()));
         return;
     }

@@ -68,8 +68,8 @@ private:
             if (child.getNodeType() == textNode) {
                 refuse(u"Text outside of the root element.");
             }
-            if (child.getNodeType() == declarationNode) {
-                declaration = static_cast<Declaration*>(&child);
+            if (auto* const found = dynamic_cast<Declaration*>(&child)) {
+                declaration = found;
             }
         }
         if (roots != 1) {
@@ -165,7 +165,7 @@ private:
     }
 
     void putComment(std::u16string_view text) {
-        if (text.find(u"--") != text.npos || (!text.empty() && text.back() == u'-')) {
+        if (text.find(u"--") != std::u16string_view::npos || (!text.empty() && text.back() == u'-')) {
             refuse(u"'--' in a comment.");
         }
         bytes += "<!--";

@@ -206,9 +206,10 @@ TEST_F(ExtrasFiles, LogsHaveLevelsDaysAndLimits) {
     for (const std::string part : {" ERROR \xF0\x9F\x99\x82 \xEF\xBF\xBD\r\n", " INFO wide\r\n", " DEBUG now\r\n"}) {
         EXPECT_NE(content.find(part), std::string::npos) << content;
     }
-    char today[20];
     const std::time_t now = std::time(nullptr);
-    std::strftime(today, sizeof today, "%Y/%m/%d ", std::gmtime(&now));
+    std::tm utc{};
+    char today[20];
+    std::strftime(today, sizeof today, "%Y/%m/%d ", ::gmtime_r(&now, &utc));
     EXPECT_NE(content.find(today), std::string::npos) << "or midnight has just passed";
 
     // Only a file of another day is moved away, and only so many are kept.

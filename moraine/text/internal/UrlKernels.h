@@ -10,9 +10,7 @@
 /// @file
 /// The loops of the URL codecs.
 
-namespace moraine::text::kernels {
-
-namespace scalar {
+namespace moraine::text::kernels::scalar {
 
 /// The number of units for which the URL form has one character and no escape.
 template <class Unit>
@@ -75,8 +73,7 @@ inline void decodeUrl(Walk<WideChar>& walk) noexcept {
     }
 }
 
-}  // namespace scalar
-}  // namespace moraine::text::kernels
+}  // namespace moraine::text::kernels::scalar
 
 #ifdef MORAINE_AVX2
 #include "moraine/text/internal/UrlKernelsAvx2.h"

@@ -27,12 +27,13 @@ std::size_t declarationEnd(std::string_view bytes) {
     if (bytes.size() <= 8 || bytes[4] != 'l' || !text::scan::isWhite(static_cast<unsigned char>(bytes[5]))) {
         refuse(notFound);
     }
-    const auto mark =
-        std::find_if(bytes.begin() + declarationStart, bytes.end(), [](char c) { return c == '?' || c == 0; });
-    if (bytes.end() - mark < 2 || mark[0] != '?' || mark[1] != '>') {
+    const char* const stop = bytes.data() + bytes.size();
+    const char* const mark =
+        std::find_if(bytes.data() + declarationStart, stop, [](char c) { return c == '?' || c == 0; });
+    if (stop - mark < 2 || mark[0] != '?' || mark[1] != '>') {
         refuse(notFound);
     }
-    return static_cast<std::size_t>(mark - bytes.begin());
+    return static_cast<std::size_t>(mark - bytes.data());
 }
 
 void parseDeclaration(const PendingText& pending, DOM::Declaration& declaration) {
