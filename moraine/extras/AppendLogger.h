@@ -13,7 +13,7 @@ namespace moraine::extras {
 ///
 ///     moraine::extras::AppendLogger log(u"app.log");
 ///     log.setRotation({10'000'000, false, 5});
-///     log.info("Grüße from port 80 🙂");           // UTF-8
+///     log.info("Grüße from port 80 🙂");  // UTF-8
 ///     log.write(moraine::extras::AppendLogger::Level::error, "no room");
 ///
 /// A line is the time (UTC, "2026/11/18 07:35:22"), a blank, the level and a blank, the message and "\r\n", in real

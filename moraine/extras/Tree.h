@@ -20,7 +20,7 @@
 /// caller sees or writes a reference. Trees may be as deep and as wide as memory allows; nothing here is recursive.
 ///
 ///     const auto book = moraine::extras::loadFile(u"book.xml");
-///     for (xml::DOM::Element& chapter : moraine::extras::elements(*moraine::extras::root(*book), u"chapter")) {
+///     for (auto& chapter : moraine::extras::elements(*moraine::extras::root(*book), u"chapter")) {
 ///         moraine::extras::setAttribute(chapter, u"state", u"read");
 ///     }
 ///     moraine::extras::saveFile(*book, u"book.xml");

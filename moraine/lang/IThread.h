@@ -15,24 +15,24 @@ namespace moraine::lang {
 /// must outlive the thread.
 ///
 ///     struct Start {
-///         moraine::lang::IThread* worker;
+///         moraine::lang::IThread* worker = nullptr;
 ///         std::promise<void> ended;
 ///     };
-///     void* entry(void* argument) {               // what pthread_create wants
+///     void* entry(void* argument) {  // what pthread_create wants
 ///         const std::unique_ptr<Start> start(static_cast<Start*>(argument));
 ///         moraine::lang::IThread::threadBody(start->worker);
-///         start->ended.set_value();               // the object is no longer in use
+///         start->ended.set_value();  // the object is no longer in use
 ///         return nullptr;
 ///     }
 ///
 ///     auto start = std::make_unique<Start>();
 ///     start->worker = &worker;
 ///     std::future<void> ended = start->ended.get_future();
-///     pthread_t thread;
+///     pthread_t thread{};
 ///     if (pthread_create(&thread, nullptr, entry, start.get()) == 0) {
-///         start.release();                        // belongs to the thread
+///         static_cast<void>(start.release());  // belongs to the thread
 ///         worker.setThreadHandle(reinterpret_cast<void*>(thread));
-///         ended.wait();                           // before the worker ends
+///         ended.wait();  // before the worker ends
 ///     }
 ///
 /// The handle is the value of a `pthread_t`. The object owns it and closes it exactly once, which means
