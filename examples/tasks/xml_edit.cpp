@@ -1,5 +1,4 @@
-// Sets the text of the elements at a path, or an attribute of theirs: xml_edit FILE library/book/title[@ATTRIBUTE]
-// VALUE
+// Sets the text, or an attribute, of the elements at a path: xml_edit FILE library/book/title[@ATTRIBUTE] VALUE
 #include <iostream>
 
 #include <moraine/extras/Tree.h>
