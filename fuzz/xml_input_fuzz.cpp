@@ -1,9 +1,20 @@
+#include "moraine/extras/Tree.h"
 #include "moraine/extras/XmlInputStream.h"
+#include "moraine/io/MemoryOutputStream.h"
 
 #include "blocks.h"
 #include "xml_reading.h"
 
 namespace moraine::fuzz {
+
+/// What becomes of a document that is loaded and saved.
+std::string savedAgain(const std::string& document, extras::WhiteSpace white, extras::Layout layout) {
+    Blocks in(document, "");
+    const auto tree = extras::load(in, white);
+    io::MemoryOutputStream out;
+    extras::save(*tree, out, layout);
+    return {out.getBytes(), out.getSize()};
+}
 
 /// The first line holds the choice of white-space and the sizes of blocks, a byte each; the rest is the document.
 void check(Input input) {
@@ -47,6 +58,16 @@ void check(Input input) {
         Blocks handed(std::string(block, *count), "");
         const Reading direct = readAll(handed);
         require(direct.pieces == cut.pieces && direct.failure.empty(), "the form is the reader's");
+    }
+
+    const auto saved = resultOf<lang::Exception>([&] { return savedAgain(document, white, extras::Layout::plain); });
+    require(saved.has_value() == cut.failure.empty(), "a tree can be made of what can be read");
+    if (saved) {
+        require(savedAgain(*saved, white, extras::Layout::plain) == *saved, "a tree comes back");
+        if (white == extras::WhiteSpace::drop) {
+            const std::string indented = savedAgain(*saved, white, extras::Layout::indented);
+            require(savedAgain(indented, white, extras::Layout::plain) == *saved, "indentation changes nothing");
+        }
     }
 }
 
