@@ -104,6 +104,7 @@ endif()
 
 add_library(moraine_extras ${moraine_extras_sources})
 moraine_library(moraine_extras extras moraine::extras MORAINE_EXTRAS_BUILDING)
-set_target_properties(moraine_extras PROPERTIES OUTPUT_NAME moraine-extras EXPORT_NAME extras)
+# The path lets it find the first library beside it, wherever both are installed: that of a program does not count for it.
+set_target_properties(moraine_extras PROPERTIES OUTPUT_NAME moraine-extras EXPORT_NAME extras INSTALL_RPATH "$ORIGIN")
 target_sources(moraine_extras PUBLIC FILE_SET HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${moraine_extras_headers})
 target_link_libraries(moraine_extras PUBLIC moraine::moraine)
