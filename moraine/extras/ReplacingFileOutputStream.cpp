@@ -29,11 +29,12 @@ fs::path draftOf(const fs::path& target) {
 
 }  // namespace
 
-ReplacingFileOutputStream::ReplacingFileOutputStream(const WideChar* name) : target(pathOf(name, className)) {
+ReplacingFileOutputStream::ReplacingFileOutputStream(const WideChar* name)
+    : given(name == nullptr ? u"" : name), target(pathOf(name, className)) {
     std::error_code ignored;
-    const fs::path linked = fs::canonical(target, ignored);
-    if (!linked.empty()) {
-        target = linked;
+    if (fs::is_symlink(target, ignored)) {
+        const fs::path linked = fs::canonical(target, ignored);
+        target = linked.empty() ? target : linked;
     }
     const fs::file_status status = fs::status(target, ignored);
     if (fs::exists(status) && !fs::is_regular_file(status)) {
@@ -46,6 +47,8 @@ ReplacingFileOutputStream::ReplacingFileOutputStream(const WideChar* name) : tar
     try {
         file.setFileName(draft.u16string().c_str());
     } catch (io::FileNotFoundException&) {
+        raise<io::FileNotFoundException>(className, name);
+    } catch (const std::system_error&) {  // a link leads to a name that is no text
         raise<io::FileNotFoundException>(className, name);
     }
 }
@@ -99,7 +102,7 @@ void ReplacingFileOutputStream::close() {
 void ReplacingFileOutputStream::fail(long line) {
     failed = true;
     discard();
-    raise<io::IOException>(className, words(u"The file could not be written. : ", target.u16string()), line);
+    raise<io::IOException>(className, words(u"The file could not be written. : ", given), line);
 }
 
 void ReplacingFileOutputStream::discard() noexcept {

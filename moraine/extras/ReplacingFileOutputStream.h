@@ -56,6 +56,7 @@ private:
     [[noreturn]] MORAINE_HIDDEN void fail(long line = __builtin_LINE());
     MORAINE_HIDDEN void discard() noexcept;
 
+    WideString given;  // the name
     std::filesystem::path target;
     std::filesystem::path draft;
     io::FileOutputStream file;
