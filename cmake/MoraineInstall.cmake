@@ -48,4 +48,7 @@ if(NOT BUILD_SHARED_LIBS)
 endif()
 configure_file(cmake/moraine.pc.in "${PROJECT_BINARY_DIR}/moraine.pc" @ONLY)
 configure_file(cmake/moraine-extras.pc.in "${PROJECT_BINARY_DIR}/moraine-extras.pc" @ONLY)
+install(FILES README.md DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/libmoraine-doc" COMPONENT moraine_documentation)
+install(DIRECTORY docs examples DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/libmoraine-doc" COMPONENT moraine_documentation
+    PATTERN Doxyfile EXCLUDE PATTERN "*.sed" EXCLUDE PATTERN "*.dox" EXCLUDE PATTERN CMakeLists.txt EXCLUDE)
 install(FILES "${PROJECT_BINARY_DIR}/moraine.pc" "${PROJECT_BINARY_DIR}/moraine-extras.pc" DESTINATION "${moraine_pkgconfig_dir}" COMPONENT moraine_development)

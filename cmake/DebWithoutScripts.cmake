@@ -1,0 +1,10 @@
+# Run by `cpack` on what it made: takes out of Debian packages the scripts that call ldconfig, for which there is a trigger.
+foreach(package IN LISTS CPACK_PACKAGE_FILES)
+    if(package MATCHES "\\.deb$")
+        set(folder "${package}.content")
+        execute_process(COMMAND dpkg-deb -R "${package}" "${folder}" COMMAND_ERROR_IS_FATAL ANY)
+        file(REMOVE "${folder}/DEBIAN/postinst" "${folder}/DEBIAN/postrm")
+        execute_process(COMMAND dpkg-deb --root-owner-group -Zxz -b "${folder}" "${package}" OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+        file(REMOVE_RECURSE "${folder}")
+    endif()
+endforeach()
