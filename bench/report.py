@@ -167,11 +167,19 @@ def limits(lines, page):
                        if size >= 1024 ** power and size % (1024 ** power / 4) == 0), None)
         rows.append([work, binary or f"{size:,} {unit}", digits(each * size * 1e6, 1000, "µs", "ms", "s"), digits(each * 1e9, 1000, "ns", "µs"),
                      digits(row.get("bytes", math.nan) / 1024, 1024, "KiB", "MiB", "GiB")])
-    text = table(["Work", "Size", "Time", "Time for each", "Most memory held"], rows)
-    print(text, end="")
+    print(table(["Work", "Size", "Time", "Time for each", "Most memory held"], rows), end="")
     if page and good:
-        page.write_text(page.read_text().split("| Work | Size")[0] + text)
+        page.write_text(page.read_text().split("| Work | Size")[0] + farthest(rows))
     return good
+
+
+def farthest(rows):
+    """The table of the page: of each work the largest size, and what each cost at the smallest."""
+    least = {}
+    for work, size, _, each, _ in rows:
+        least.setdefault(work, f"{each}, of {size}")
+    last = {work: [work, *row, least[work]] for work, *row in rows}
+    return table(["Work", "Size", "Time", "Time for each", "Most memory held", "Each of few"], last.values())
 
 
 if __name__ == "__main__":
